@@ -1,0 +1,19 @@
+# Native build: the logic against the simulated device, unit tests, native devicectl.
+find_package(GTest REQUIRED)
+enable_testing()
+
+add_library(qv_sim STATIC src/platform/sim/sim_device.cpp)
+target_link_libraries(qv_sim PUBLIC qv_core)
+
+add_library(qv_native STATIC $<TARGET_OBJECTS:qv_core> $<TARGET_OBJECTS:qv_logic>)
+target_link_libraries(qv_native PUBLIC qv_core qv_sim)
+
+add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/ModuleNative.cpp)
+target_link_libraries(devicectl PRIVATE qv_native)
+target_include_directories(devicectl PRIVATE ${CMAKE_SOURCE_DIR})
+
+file(GLOB QV_UNIT_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/unit/*.cpp)
+add_executable(unit_tests ${QV_UNIT_TEST_SOURCES})
+target_link_libraries(unit_tests PRIVATE qv_native GTest::gtest GTest::gmock GTest::gtest_main)
+target_include_directories(unit_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+add_test(NAME unit_tests COMMAND unit_tests)

@@ -1,0 +1,95 @@
+#pragma once
+// The module's trace logging: one provider name, one process-wide logger, any number of sinks.
+// On Windows the composition root adds the ETW and debugger sinks; tests add a MemoryLogSink;
+// devicectl can add a FileLogSink.
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace Qv::Bridge::Logging {
+
+// Values follow the ETW level numbers.
+enum class LogLevel : unsigned char { Error = 2, Warning = 3, Info = 4 };
+
+const wchar_t* LevelName(LogLevel level);
+
+struct LogRecord {
+    LogLevel level;
+    std::wstring provider;
+    std::wstring text;
+};
+
+class ILogSink {
+public:
+    virtual ~ILogSink() = default;
+    virtual void Write(const LogRecord& record) = 0;
+};
+
+class TraceLogger {
+public:
+    // Wide printf-style formats; see core/wformat.h for the conversions.
+    void LogInfo(const wchar_t* format, ...);
+    void LogWarning(const wchar_t* format, ...);
+    void LogError(const wchar_t* format, ...);
+
+private:
+    void Emit(LogLevel level, const wchar_t* format, va_list args);
+};
+
+class LogManager {
+public:
+    static void SetProvider(const wchar_t* providerName);
+    static TraceLogger* GetLogger();
+    static std::wstring Provider();
+
+    static void AddSink(std::shared_ptr<ILogSink> sink);
+    static void RemoveSink(const std::shared_ptr<ILogSink>& sink);
+
+private:
+    friend class TraceLogger;
+    static void Dispatch(LogLevel level, std::wstring text);
+};
+
+// Keeps every line in memory; tests read them back.
+class MemoryLogSink : public ILogSink {
+public:
+    void Write(const LogRecord& record) override;
+    std::vector<LogRecord> Records() const;
+    // Lines at `level` whose text contains `fragment`.
+    size_t Count(LogLevel level, const std::wstring& fragment = L"") const;
+    bool Contains(const std::wstring& fragment) const;
+    void Clear();
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<LogRecord> records_;
+};
+
+// Appends "LEVEL text" lines in UTF-8 to a file.
+class FileLogSink : public ILogSink {
+public:
+    explicit FileLogSink(const std::string& path);
+    ~FileLogSink() override;
+    bool IsOpen() const { return file_ != nullptr; }
+    void Write(const LogRecord& record) override;
+
+private:
+    std::mutex mutex_;
+    std::FILE* file_ = nullptr;
+};
+
+// Adds a MemoryLogSink for the lifetime of the object.
+class ScopedLogCapture {
+public:
+    ScopedLogCapture();
+    ~ScopedLogCapture();
+    MemoryLogSink& Sink() { return *sink_; }
+    MemoryLogSink* operator->() { return sink_.get(); }
+
+private:
+    std::shared_ptr<MemoryLogSink> sink_;
+};
+
+}  // namespace Qv::Bridge::Logging

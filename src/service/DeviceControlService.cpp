@@ -1,0 +1,158 @@
+#include "service/DeviceControlService.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <new>
+#include <string>
+#include <system_error>
+
+#include "core/null_checker.h"
+#include "core/status.h"
+#include "core/strings.h"
+
+namespace Qv::Bridge::Server::Services::DeviceControl {
+
+using Logging::LogManager;
+
+DeviceControlService::DeviceControlService() : DeviceControlService(platform::Current()) {}
+
+DeviceControlService::DeviceControlService(platform::Platform& platform, const CommandTable& commands)
+    : platform_(platform), commands_(commands), className_(Core::TypeName<DeviceControlService>()) {
+    LogManager::SetProvider(kLogProvider);
+    logger_ = LogManager::GetLogger();
+    launchStarted_ = 0;
+}
+
+DeviceControlService::~DeviceControlService() {
+    if (timedEventThread_) {
+        {
+            std::lock_guard<std::mutex> lock(timedEventMutex_);
+            stopFlag_.store(true);
+            timedEventCondition_.notify_all();
+        }
+        if (timedEventThread_->get_id() == std::this_thread::get_id()) {
+            // Joining from the launch thread itself would deadlock; the thread ends on its own.
+            timedEventThread_->detach();
+        } else if (timedEventThread_->joinable()) {
+            timedEventThread_->join();
+        }
+        timedEventThread_.reset();
+    }
+    logger_ = nullptr;
+}
+
+void* DeviceControlService::operator new(size_t size) {
+    void* memory = std::calloc(1, size);
+    if (memory == nullptr) throw std::bad_alloc();
+    return memory;
+}
+
+void DeviceControlService::operator delete(void* memory) noexcept { std::free(memory); }
+
+int DeviceControlService::StartSession(wchar_t* clientId, void** sessionContext) {
+    if (sessionContext != nullptr) {
+        auto context = std::make_unique<DeviceControlServiceContext>();
+        auto& uuids = platform_.Uuids();
+        context->batteryEventNames[0] = L"qvbl_" + uuids.NewUuidString();
+        context->batteryEventNames[1] = L"qvbtc_" + uuids.NewUuidString();
+        context->memoryEventNames[0] = L"qvml_" + uuids.NewUuidString();
+        context->memoryEventNames[1] = L"qvmtc_" + uuids.NewUuidString();
+
+        const size_t length = clientId != nullptr ? wcsnlen(clientId, kMaxClientIdLength) : 0;
+        context->clientId = static_cast<wchar_t*>(std::malloc((length + 1) * sizeof(wchar_t)));
+        if (context->clientId == nullptr) throw std::bad_alloc();
+        if (length != 0) std::wmemcpy(context->clientId, clientId, length);
+        context->clientId[length] = L'\0';
+        *sessionContext = context.release();
+    }
+    logger_->LogInfo(L"DeviceControlService::StartSession clientId: %s", clientId);
+    return Status::kSuccess;
+}
+
+int DeviceControlService::EndSession(void** sessionContext) {
+    if (sessionContext != nullptr && *sessionContext != nullptr) {
+        auto* context = static_cast<DeviceControlServiceContext*>(*sessionContext);
+        auto& events = platform_.Events();
+        std::free(context->clientId);
+        context->clientId = nullptr;
+        events.Close(context->batteryStopEvent);
+        events.Close(context->batteryChangeEvent);
+        context->batteryStopEvent = context->batteryChangeEvent = nullptr;
+        context->lastMemoryLoad = -1;
+        events.Close(context->memoryStopEvent);
+        events.Close(context->memoryChangeEvent);
+        context->memoryStopEvent = context->memoryChangeEvent = nullptr;
+        delete context;
+    }
+    logger_->LogInfo(L"DeviceControlService::EndSession");
+    return Status::kSuccess;
+}
+
+int DeviceControlService::ExecuteCommand(void* sessionContext, unsigned int functionId, wchar_t* input,
+                                         wchar_t** output, std::function<void(wchar_t*)> callback,
+                                         Qv::Bridge::Security::RequestConfiguration* /*requestConfiguration*/) {
+    int status = Status::kGeneralFailure;
+    if (!Core::NullChecker::Check({{input, "message"}, {output, "outString"}})) return status;
+
+    Json::Document request(nullptr, Json::kParseStackBytes);
+    // Iterative parsing: a deeply nested request is answered, not a stack overflow.
+    request.Parse<rapidjson::kParseIterativeFlag>(input);
+    if (request.HasParseError()) {
+        *output = nullptr;
+        return Status::kInvalidJson;
+    }
+
+    Json::Document response(nullptr, Json::kParseStackBytes);
+    response.SetObject();
+
+    const CommandRow* row = (functionId - 1u > 132u) ? nullptr : commands_.Find(functionId);
+    if (row == nullptr || !row->Live()) {
+        logger_->LogError(L"%S.%S - Unsupported Function call %d", className_, "ExecuteCommand", functionId);
+        status = Status::kUnsupportedFunction;
+    } else {
+        CommandCall call{request, response, callback, static_cast<DeviceControlServiceContext*>(sessionContext)};
+        status = row->handler(call);
+        if (row->form == CommandForm::Filled) status = Status::kSuccess;
+    }
+
+    const std::wstring text = Json::Serialize(response);
+    if (text.size() + 1 > kMaxAnswerChars) {
+        *output = nullptr;
+        return Status::kGeneralFailure;
+    }
+    auto* answer = static_cast<wchar_t*>(std::malloc((text.size() + 1) * sizeof(wchar_t)));
+    if (answer == nullptr) {
+        *output = nullptr;
+        return Status::kGeneralFailure;
+    }
+    std::wmemcpy(answer, text.c_str(), text.size() + 1);
+    *output = answer;
+    return status;
+}
+
+void DeviceControlService::startup_task() { StartTimedEvent(); }
+
+bool DeviceControlService::oobe_event_task() {
+    oobeReceived_.store(true);
+    return true;
+}
+
+void DeviceControlService::session_change_task(unsigned long event, void* /*data*/) {
+    if (launchStarted_.load() != 0) return;
+    if (event == kWtsSessionLogon) {
+        logger_->LogInfo(L"DeviceControlService::sesion_change_task - WTS_SESSION_LOGON received.");
+    } else if (event == kWtsSessionUnlock) {
+        logger_->LogInfo(L"DeviceControlService::sesion_change_task - WTS_SESSION_UNLOCK received.");
+    } else {
+        return;
+    }
+    StartTimedEvent();
+}
+
+void DeviceControlService::StartTimedEvent() {
+    // The companion launch (eligibility, the user's registry flag, the timed thread) is not part
+    // of this build yet; arming it is a no-op until then.
+}
+
+}  // namespace Qv::Bridge::Server::Services::DeviceControl

@@ -1,0 +1,75 @@
+#pragma once
+// The service object the host creates through QVCreateService.
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "core/logging.h"
+#include "platform/platform.h"
+#include "qv/QVService.h"
+#include "service/CommandTable.h"
+#include "service/DeviceControlServiceContext.h"
+
+namespace Qv::Bridge::Server::Services::DeviceControl {
+
+// Longest answer handed to the host, in wide characters including the terminator.
+constexpr size_t kMaxAnswerChars = 65536;
+
+// Windows session-change notification codes (WTS_SESSION_*).
+constexpr unsigned long kWtsSessionLogon = 5;
+constexpr unsigned long kWtsSessionLock = 7;
+constexpr unsigned long kWtsSessionUnlock = 8;
+
+constexpr const wchar_t* kLogProvider = L"Qv-Bridge-SystemInformation";
+
+class DeviceControlService : public QVService {
+public:
+    // Uses the installed platform and the module's own command table.
+    DeviceControlService();
+    // For tests: a platform of their own and, optionally, a table of their own.
+    explicit DeviceControlService(platform::Platform& platform,
+                                  const CommandTable& commands = CommandTable::Standard());
+    ~DeviceControlService() override;
+
+    DeviceControlService(const DeviceControlService&) = delete;
+    DeviceControlService& operator=(const DeviceControlService&) = delete;
+
+    // The object is handed out zero-filled, as the host expects of the factory.
+    static void* operator new(size_t size);
+    static void operator delete(void* memory) noexcept;
+
+    int StartSession(wchar_t* clientId, void** sessionContext) override;
+    int EndSession(void** sessionContext) override;
+    int ExecuteCommand(void* sessionContext, unsigned int functionId, wchar_t* input, wchar_t** output,
+                       std::function<void(wchar_t*)> callback,
+                       Qv::Bridge::Security::RequestConfiguration* requestConfiguration) override;
+    void startup_task() override;
+    bool oobe_event_task() override;
+    void session_change_task(unsigned long event, void* data) override;
+
+    // Arms the timed companion-launch event.
+    void StartTimedEvent();
+
+    bool LaunchStarted() const { return launchStarted_.load() != 0; }
+    bool OobeReceived() const { return oobeReceived_.load(); }
+
+private:
+    platform::Platform& platform_;
+    const CommandTable& commands_;
+
+    std::mutex serviceMutex_;
+    Logging::TraceLogger* logger_ = nullptr;
+    const char* className_ = nullptr;
+    std::mutex timedEventMutex_;
+    std::atomic<int32_t> launchStarted_{0};
+    std::unique_ptr<std::thread> timedEventThread_;
+    std::atomic<bool> stopFlag_{false};
+    std::condition_variable timedEventCondition_;
+    uint64_t timedEventReserved_ = 0;
+    std::atomic<bool> oobeReceived_{false};
+};
+
+}  // namespace Qv::Bridge::Server::Services::DeviceControl

@@ -1,0 +1,44 @@
+#pragma once
+// A fresh service on its own simulated device, with the log captured.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "core/logging.h"
+#include "platform/sim/sim_device.h"
+#include "service/DeviceControlService.h"
+
+namespace Qv::Tests {
+
+using Bridge::Logging::LogLevel;
+using Bridge::Server::Services::DeviceControl::CommandTable;
+using Bridge::Server::Services::DeviceControl::DeviceControlService;
+
+struct Answer {
+    int status;
+    std::optional<std::wstring> text;  // empty when the module handed back no text
+};
+
+class ServiceFixture : public ::testing::Test {
+protected:
+    explicit ServiceFixture(const CommandTable& table = CommandTable::Standard())
+        : service(std::make_unique<DeviceControlService>(device, table)) {}
+
+    // Runs one command the way the host does and releases the answer through slot 4.
+    Answer Call(unsigned int number, const std::wstring& json = L"{}", void* session = nullptr) {
+        std::wstring input = json;
+        wchar_t* output = nullptr;
+        Answer answer{service->ExecuteCommand(session, number, input.data(), &output, {}, nullptr), std::nullopt};
+        if (output != nullptr) answer.text = std::wstring(output);
+        service->ReleaseOutput(output);
+        return answer;
+    }
+
+    Bridge::Logging::ScopedLogCapture log;
+    Sim::SimDevice device;
+    std::unique_ptr<DeviceControlService> service;
+};
+
+}  // namespace Qv::Tests

@@ -1,0 +1,48 @@
+// Native devicectl: the service core linked in, running against the simulated device.
+#include <memory>
+
+#include "core/logging.h"
+#include "core/strings.h"
+#include "platform/platform.h"
+#include "platform/sim/sim_device.h"
+#include "tools/devicectl/ServiceModule.h"
+
+namespace Qv::Devicectl {
+namespace {
+
+class LinkedModule : public ServiceModule {
+public:
+    Qv::Bridge::Server::Services::QVService* CreateService() override { return QVCreateService(); }
+    std::vector<QVCommandInfo> Commands() override {
+        unsigned int count = 0;
+        const QVCommandInfo* rows = QVDescribeCommands(&count);
+        return std::vector<QVCommandInfo>(rows, rows + count);
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<ServiceModule> LoadServiceModule(const ModuleOptions& options, std::string& error) {
+    if (!options.dllPath.empty()) {
+        error = "--dll is for the Windows build; this devicectl runs the linked core on the simulated device";
+        return nullptr;
+    }
+    platform::Install(std::make_shared<Sim::SimDevice>());
+    if (!options.logFile.empty()) {
+        auto sink = std::make_shared<Bridge::Logging::FileLogSink>(Core::Narrow(options.logFile));
+        if (!sink->IsOpen()) {
+            error = "cannot open log file " + Core::Narrow(options.logFile);
+            return nullptr;
+        }
+        Bridge::Logging::LogManager::AddSink(sink);
+    }
+    return std::make_unique<LinkedModule>();
+}
+
+}  // namespace Qv::Devicectl
+
+int main(int argc, char** argv) {
+    std::vector<std::wstring> args;
+    for (int i = 1; i < argc; ++i) args.push_back(Qv::Core::Widen(argv[i]));
+    return Qv::Devicectl::Run(args);
+}

@@ -1,0 +1,74 @@
+// Windows devicectl: loads DeviceControlService.dll with LoadLibraryW and takes its factory
+// with GetProcAddress, as the service host does.
+#include <windows.h>
+#include <fcntl.h>
+#include <io.h>
+
+#include <memory>
+
+#include "core/strings.h"
+#include "tools/devicectl/ServiceModule.h"
+
+namespace Qv::Devicectl {
+namespace {
+
+using CreateServiceFn = Qv::Bridge::Server::Services::QVService* (*)();
+using DescribeCommandsFn = const QVCommandInfo* (*)(unsigned int*);
+
+class DllModule : public ServiceModule {
+public:
+    DllModule(HMODULE module, CreateServiceFn create, DescribeCommandsFn describe)
+        : module_(module), create_(create), describe_(describe) {}
+    // The module stays loaded until devicectl exits, as in the host.
+
+    Qv::Bridge::Server::Services::QVService* CreateService() override { return create_(); }
+    std::vector<QVCommandInfo> Commands() override {
+        if (describe_ == nullptr) return {};
+        unsigned int count = 0;
+        const QVCommandInfo* rows = describe_(&count);
+        return std::vector<QVCommandInfo>(rows, rows + count);
+    }
+
+private:
+    HMODULE module_;
+    CreateServiceFn create_;
+    DescribeCommandsFn describe_;
+};
+
+std::wstring DefaultDllPath() {
+    wchar_t self[MAX_PATH] = {};
+    const DWORD length = GetModuleFileNameW(nullptr, self, MAX_PATH);
+    std::wstring path(self, length);
+    const size_t slash = path.find_last_of(L"\\/");
+    return (slash == std::wstring::npos ? std::wstring() : path.substr(0, slash + 1)) + L"DeviceControlService.dll";
+}
+
+}  // namespace
+
+std::unique_ptr<ServiceModule> LoadServiceModule(const ModuleOptions& options, std::string& error) {
+    // The module reads this when it is attached and mirrors its trace into the file.
+    if (!options.logFile.empty()) SetEnvironmentVariableW(L"QV_DEVICECONTROL_LOG", options.logFile.c_str());
+    const std::wstring path = options.dllPath.empty() ? DefaultDllPath() : options.dllPath;
+    HMODULE module = LoadLibraryW(path.c_str());
+    if (module == nullptr) {
+        error = "cannot load " + Core::Narrow(path) + " (error " + std::to_string(GetLastError()) + ")";
+        return nullptr;
+    }
+    auto create = reinterpret_cast<CreateServiceFn>(GetProcAddress(module, "QVCreateService"));
+    if (create == nullptr) {
+        error = Core::Narrow(path) + " does not export QVCreateService";
+        return nullptr;
+    }
+    auto describe = reinterpret_cast<DescribeCommandsFn>(GetProcAddress(module, "QVDescribeCommands"));
+    return std::make_unique<DllModule>(module, create, describe);
+}
+
+}  // namespace Qv::Devicectl
+
+int wmain(int argc, wchar_t** argv) {
+    // Answers are UTF-8 lines ending in "\n", the same as the native build.
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
+    std::vector<std::wstring> args(argv + 1, argv + argc);
+    return Qv::Devicectl::Run(args);
+}

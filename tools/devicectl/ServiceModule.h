@@ -1,0 +1,30 @@
+#pragma once
+// How devicectl reaches a service module: the real DLL on Windows, the linked core with the
+// simulated device natively.
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "qv/QVService.h"
+
+namespace Qv::Devicectl {
+
+class ServiceModule {
+public:
+    virtual ~ServiceModule() = default;
+    virtual Qv::Bridge::Server::Services::QVService* CreateService() = 0;
+    virtual std::vector<QVCommandInfo> Commands() = 0;
+};
+
+struct ModuleOptions {
+    std::wstring dllPath;  // empty: the module next to devicectl
+    std::wstring logFile;  // empty: no file log
+};
+
+// Null with `error` set when the module cannot be loaded.
+std::unique_ptr<ServiceModule> LoadServiceModule(const ModuleOptions& options, std::string& error);
+
+// The command-line program; `args` excludes the program name. Returns the exit code.
+int Run(const std::vector<std::wstring>& args);
+
+}  // namespace Qv::Devicectl
