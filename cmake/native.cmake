@@ -17,3 +17,7 @@ add_executable(unit_tests ${QV_UNIT_TEST_SOURCES})
 target_link_libraries(unit_tests PRIVATE qv_native GTest::gtest GTest::gmock GTest::gtest_main)
 target_include_directories(unit_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
 add_test(NAME unit_tests COMMAND unit_tests)
+if(QV_SANITIZE)
+  set_tests_properties(unit_tests PROPERTIES ENVIRONMENT
+    "UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1:suppressions=${CMAKE_SOURCE_DIR}/tests/ubsan.supp;ASAN_OPTIONS=detect_leaks=1")
+endif()

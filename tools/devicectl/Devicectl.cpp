@@ -19,11 +19,13 @@ constexpr int kExitUsage = 2;
 
 const char* const kUsage =
     "usage: devicectl [options] call <number|name> [JSON]\n"
+    "       devicectl [options] script [FILE|-]\n"
     "       devicectl [options] commands\n"
     "\n"
     "  call      start a session, run one command, print the answer, end the session.\n"
     "            <name> is <Area>.<Operation> (Accessory.GetMouseSpeed) or the operation alone\n"
     "            when it is unique; JSON defaults to {}.\n"
+    "  script    run \"<command> [JSON]\" lines from FILE (or standard input) in one session.\n"
     "  commands  list the command table: number, name, form and whether this build has it.\n"
     "\n"
     "options:\n"
@@ -91,34 +93,97 @@ int ListCommands(ServiceModule& module) {
     return kExitOk;
 }
 
-int CallCommand(ServiceModule& module, unsigned int number, std::wstring json, std::wstring clientId) {
-    using Qv::Bridge::Server::Services::QVService;
-    QVService* service = module.CreateService();
-    if (service == nullptr) {
+// One service with one session, driven as the host drives it.
+class HostSession {
+public:
+    HostSession(ServiceModule& module, std::wstring clientId) : clientId_(std::move(clientId)) {
+        service_ = module.CreateService();
+        if (service_ != nullptr) service_->StartSession(clientId_.data(), &session_);
+    }
+    ~HostSession() {
+        if (service_ == nullptr) return;
+        service_->EndSession(&session_);
+        delete service_;
+    }
+    HostSession(const HostSession&) = delete;
+    HostSession& operator=(const HostSession&) = delete;
+
+    bool Ready() const { return service_ != nullptr; }
+
+    // Prints the answer on stdout and a non-zero status on stderr; returns the status.
+    int Execute(unsigned int number, std::wstring json) {
+        wchar_t* answer = nullptr;
+        const int status = service_->ExecuteCommand(
+            session_, number, json.data(), &answer,
+            [](wchar_t* message) {
+                if (message != nullptr) PrintLine(stdout, "event: " + Core::Narrow(message));
+            },
+            nullptr);
+        if (answer != nullptr) PrintLine(stdout, Core::Narrow(answer));
+        service_->ReleaseOutput(answer);
+        if (status != 0) {
+            char line[96];
+            std::snprintf(line, sizeof line, "status: 0x%08x %s", static_cast<unsigned>(status),
+                          Qv::Status::Meaning(status));
+            PrintLine(stderr, line);
+        }
+        return status;
+    }
+
+private:
+    std::wstring clientId_;
+    Qv::Bridge::Server::Services::QVService* service_ = nullptr;
+    void* session_ = nullptr;
+};
+
+int CallCommand(ServiceModule& module, const std::wstring& word, std::wstring json, std::wstring clientId) {
+    std::string error;
+    const auto number = ResolveCommand(word, module.Commands(), error);
+    if (!number) return Usage(error);
+    HostSession host(module, std::move(clientId));
+    if (!host.Ready()) {
         PrintLine(stderr, "devicectl: QVCreateService returned no service");
         return kExitUsage;
     }
-    void* session = nullptr;
-    service->StartSession(clientId.data(), &session);
+    return host.Execute(*number, std::move(json)) == 0 ? kExitOk : kExitStatus;
+}
 
-    wchar_t* answer = nullptr;
-    const int status = service->ExecuteCommand(
-        session, number, json.data(), &answer,
-        [](wchar_t* message) {
-            if (message != nullptr) PrintLine(stdout, "event: " + Core::Narrow(message));
-        },
-        nullptr);
-    if (answer != nullptr) PrintLine(stdout, Core::Narrow(answer));
-    service->ReleaseOutput(answer);
-    if (status != 0) {
-        char line[96];
-        std::snprintf(line, sizeof line, "status: 0x%08x %s", static_cast<unsigned>(status),
-                      Qv::Status::Meaning(status));
-        PrintLine(stderr, line);
+// Runs "<command> [JSON]" lines (blank lines and lines starting with # are skipped) in one
+// session, echoing each line before its answer.
+int RunScript(ServiceModule& module, std::FILE* input, std::wstring clientId) {
+    HostSession host(module, std::move(clientId));
+    if (!host.Ready()) {
+        PrintLine(stderr, "devicectl: QVCreateService returned no service");
+        return kExitUsage;
     }
-    service->EndSession(&session);
-    delete service;
-    return status == 0 ? kExitOk : kExitStatus;
+    const std::vector<QVCommandInfo> table = module.Commands();
+    int exitCode = kExitOk;
+    std::string line;
+    for (int c = std::fgetc(input);; c = std::fgetc(input)) {
+        if (c != EOF && c != '\n') {
+            if (c != '\r') line += static_cast<char>(c);
+            continue;
+        }
+        const size_t begin = line.find_first_not_of(" \t");
+        if (begin != std::string::npos && line[begin] != '#') {
+            const std::wstring text = Core::Widen(line.substr(begin));
+            const size_t blank = text.find_first_of(L" \t");
+            const std::wstring word = text.substr(0, blank);
+            const size_t jsonStart = blank == std::wstring::npos ? blank : text.find_first_not_of(L" \t", blank);
+            const std::wstring json = jsonStart == std::wstring::npos ? L"{}" : text.substr(jsonStart);
+            PrintLine(stdout, "> " + line.substr(begin));
+            std::string error;
+            if (const auto number = ResolveCommand(word, table, error)) {
+                if (host.Execute(*number, json) != 0) exitCode = kExitStatus;
+            } else {
+                PrintLine(stderr, "devicectl: " + error);
+                exitCode = kExitUsage;
+            }
+        }
+        line.clear();
+        if (c == EOF) break;
+    }
+    return exitCode;
 }
 
 }  // namespace
@@ -147,9 +212,12 @@ int Run(const std::vector<std::wstring>& args) {
     }
 
     const std::wstring& verb = words[0];
-    if (verb != L"call" && verb != L"commands") return Usage("unknown command '" + Core::Narrow(verb) + "'");
+    if (verb != L"call" && verb != L"commands" && verb != L"script")
+        return Usage("unknown command '" + Core::Narrow(verb) + "'");
     if (verb == L"commands" && words.size() != 1) return Usage("'commands' takes no arguments");
-    if (verb == L"call" && (words.size() < 2 || words.size() > 3)) return Usage("'call' takes a command and an optional JSON text");
+    if (verb == L"call" && (words.size() < 2 || words.size() > 3))
+        return Usage("'call' takes a command and an optional JSON text");
+    if (verb == L"script" && words.size() > 2) return Usage("'script' takes at most one file");
 
     std::string error;
     std::unique_ptr<ServiceModule> module = LoadServiceModule(options, error);
@@ -158,10 +226,19 @@ int Run(const std::vector<std::wstring>& args) {
         return kExitUsage;
     }
     if (verb == L"commands") return ListCommands(*module);
+    if (verb == L"call") return CallCommand(*module, words[1], words.size() == 3 ? words[2] : L"{}", clientId);
 
-    const auto number = ResolveCommand(words[1], module->Commands(), error);
-    if (!number) return Usage(error);
-    return CallCommand(*module, *number, words.size() == 3 ? words[2] : L"{}", clientId);
+    std::FILE* input = stdin;
+    if (words.size() == 2 && words[1] != L"-") {
+        input = std::fopen(Core::Narrow(words[1]).c_str(), "rb");
+        if (input == nullptr) {
+            PrintLine(stderr, "devicectl: cannot open " + Core::Narrow(words[1]));
+            return kExitUsage;
+        }
+    }
+    const int exitCode = RunScript(*module, input, clientId);
+    if (input != stdin) std::fclose(input);
+    return exitCode;
 }
 
 }  // namespace Qv::Devicectl

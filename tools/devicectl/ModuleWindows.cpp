@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "core/strings.h"
+#include "platform/windows/raii.h"
 #include "tools/devicectl/ServiceModule.h"
 
 namespace Qv::Devicectl {
@@ -54,12 +55,12 @@ std::unique_ptr<ServiceModule> LoadServiceModule(const ModuleOptions& options, s
         error = "cannot load " + Core::Narrow(path) + " (error " + std::to_string(GetLastError()) + ")";
         return nullptr;
     }
-    auto create = reinterpret_cast<CreateServiceFn>(GetProcAddress(module, "QVCreateService"));
+    auto create = platform::windows::proc_address<CreateServiceFn>(module, "QVCreateService");
     if (create == nullptr) {
         error = Core::Narrow(path) + " does not export QVCreateService";
         return nullptr;
     }
-    auto describe = reinterpret_cast<DescribeCommandsFn>(GetProcAddress(module, "QVDescribeCommands"));
+    auto describe = platform::windows::proc_address<DescribeCommandsFn>(module, "QVDescribeCommands");
     return std::make_unique<DllModule>(module, create, describe);
 }
 

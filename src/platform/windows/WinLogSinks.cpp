@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/windows/WinPlatform.h"
+#include "platform/windows/raii.h"
 
 namespace Qv::platform::windows {
 namespace {
@@ -27,8 +28,14 @@ bool ProviderGuidFromName(const std::wstring& name, GUID* guid) {
         data.push_back(static_cast<unsigned char>(u & 0xFF));
     }
     unsigned char hash[20] = {};
-    if (!BCRYPT_SUCCESS(BCryptHash(BCRYPT_SHA1_ALG_HANDLE, nullptr, 0, data.data(),
-                                   static_cast<ULONG>(data.size()), hash, sizeof(hash)))) {
+    BCRYPT_ALG_HANDLE algorithm = nullptr;
+    if (!BCRYPT_SUCCESS(BCryptOpenAlgorithmProvider(&algorithm, BCRYPT_SHA1_ALGORITHM, nullptr, 0))) return false;
+    scope_exit closeAlgorithm([&] { BCryptCloseAlgorithmProvider(algorithm, 0); });
+    BCRYPT_HASH_HANDLE hashHandle = nullptr;
+    if (!BCRYPT_SUCCESS(BCryptCreateHash(algorithm, &hashHandle, nullptr, 0, nullptr, 0, 0))) return false;
+    scope_exit destroyHash([&] { BCryptDestroyHash(hashHandle); });
+    if (!BCRYPT_SUCCESS(BCryptHashData(hashHandle, data.data(), static_cast<ULONG>(data.size()), 0)) ||
+        !BCRYPT_SUCCESS(BCryptFinishHash(hashHandle, hash, sizeof(hash), 0))) {
         return false;
     }
     hash[7] = static_cast<unsigned char>((hash[7] & 0x0F) | 0x50);

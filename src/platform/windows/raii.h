@@ -53,4 +53,10 @@ private:
     HANDLE h_ = nullptr;
 };
 
+// A function exported by a loaded module, typed; null when it is not there.
+template <typename Fn>
+Fn proc_address(HMODULE module, const char* name) {
+    return reinterpret_cast<Fn>(reinterpret_cast<void*>(::GetProcAddress(module, name)));
+}
+
 }  // namespace Qv::platform::windows

@@ -1,0 +1,103 @@
+// The real DLL driven through its exported factory and interface.
+#include <regex>
+#include <set>
+#include <string>
+
+#include "ServiceDll.h"
+#include "core/strings.h"
+#include "service/DeviceControlServiceContext.h"
+
+namespace Qv::WindowsTests {
+namespace {
+
+using Bridge::Server::Services::DeviceControl::DeviceControlServiceContext;
+
+class ServiceDllTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_NE(ServiceDll::Get().Module(), nullptr) << "LoadLibraryW failed: " << GetLastError();
+        service = ServiceDll::Get().Create();
+        ASSERT_NE(service, nullptr);
+    }
+    void TearDown() override { delete service; }
+
+    int Call(unsigned number, std::wstring input, wchar_t** output, void* session = nullptr) {
+        return service->ExecuteCommand(session, number, input.data(), output, [](wchar_t*) {}, nullptr);
+    }
+
+    QVService* service = nullptr;
+};
+
+TEST_F(ServiceDllTest, FactoryExportsAndAttachTimeFilter) {
+    QVService* second = ServiceDll::Get().Create();
+    EXPECT_NE(second, service);
+    delete second;
+
+    // The module installed its own unhandled-exception filter when it was attached.
+    LPTOP_LEVEL_EXCEPTION_FILTER installed = SetUnhandledExceptionFilter(nullptr);
+    SetUnhandledExceptionFilter(installed);
+    HMODULE owner = nullptr;
+    ASSERT_TRUE(GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                                   reinterpret_cast<LPCWSTR>(reinterpret_cast<void*>(installed)), &owner));
+    EXPECT_EQ(owner, ServiceDll::Get().Module());
+    EXPECT_NE(ServiceDll::Get().LogText().find("DeviceControlService::() - Checking if service needs to be loaded."),
+              std::string::npos);
+}
+
+TEST_F(ServiceDllTest, SessionsGetRealDistinctUuids) {
+    std::wstring client = L"windows-test";
+    void* first = nullptr;
+    void* second = nullptr;
+    ASSERT_EQ(service->StartSession(client.data(), &first), 0);
+    ASSERT_EQ(service->StartSession(client.data(), &second), 0);
+    const std::wregex pattern(L"qv(bl|btc|ml|mtc)_[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}");
+    std::set<std::wstring> names;
+    for (void* handle : {first, second}) {
+        auto* context = static_cast<DeviceControlServiceContext*>(handle);
+        EXPECT_STREQ(context->clientId, L"windows-test");
+        for (const std::wstring& name : {context->batteryEventNames[0], context->batteryEventNames[1],
+                                         context->memoryEventNames[0], context->memoryEventNames[1]}) {
+            EXPECT_TRUE(std::regex_match(name, pattern)) << Core::Narrow(name);
+            names.insert(name.substr(name.find(L'_') + 1));
+        }
+    }
+    EXPECT_EQ(names.size(), 8u);
+    EXPECT_EQ(service->EndSession(&first), 0);
+    EXPECT_EQ(service->EndSession(&second), 0);
+}
+
+TEST_F(ServiceDllTest, UnsupportedNumberAndMalformedJsonAreAnswered) {
+    wchar_t* output = nullptr;
+    EXPECT_EQ(Call(14, L"{}", &output), 0x20000001);
+    ASSERT_NE(output, nullptr);
+    EXPECT_STREQ(output, L"{}");
+    service->ReleaseOutput(output);
+    EXPECT_NE(ServiceDll::Get().LogText().find("ExecuteCommand - Unsupported Function call 14"), std::string::npos);
+
+    output = reinterpret_cast<wchar_t*>(0x1);
+    EXPECT_EQ(Call(1, L"{", &output), 0x20000003);
+    EXPECT_EQ(output, nullptr);
+
+    EXPECT_EQ(service->ExecuteCommand(nullptr, 1, nullptr, nullptr, {}, nullptr), 0x20000002);
+    EXPECT_NE(ServiceDll::Get().LogText().find("NullChecker - outString cannot be null"), std::string::npos);
+}
+
+TEST_F(ServiceDllTest, AnswersAreReleasedInTheModulesHeap) {
+    // Many answers allocated by the module and freed through slot 4: a mismatched heap would
+    // corrupt or leak here; null is harmless.
+    for (int i = 0; i < 2000; ++i) {
+        wchar_t* output = nullptr;
+        Call(134, L"{\"padding\":\"" + std::wstring(1000, L'p') + L"\"}", &output);
+        ASSERT_NE(output, nullptr);
+        service->ReleaseOutput(output);
+    }
+    service->ReleaseOutput(nullptr);
+    service->ReservedHook6();
+    service->ReservedHook7();
+    service->ReservedHook10();
+    EXPECT_TRUE(service->oobe_event_task());
+    service->session_change_task(7, nullptr);
+}
+
+}  // namespace
+}  // namespace Qv::WindowsTests
