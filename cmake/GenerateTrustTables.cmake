@@ -1,0 +1,62 @@
+# Turns the key files under config/trust into the C++ source of the trusted-key tables.
+#   cmake -DCONFIG_DIR=... -DOUTPUT=... [-DTEST_KEY_FILE=...] -P GenerateTrustTables.cmake
+# TEST_KEY_FILE is given only by the test build; its key joins the main table (and so every
+# table built on it).
+function(read_keys file out_var)
+  set(keys "")
+  if(EXISTS "${file}")
+    file(STRINGS "${file}" lines)
+    foreach(line IN LISTS lines)
+      string(STRIP "${line}" line)
+      if(line STREQUAL "" OR line MATCHES "^#")
+        continue()
+      endif()
+      if(NOT line MATCHES "^[0-9a-f][0-9a-f]( [0-9a-f][0-9a-f])*$")
+        message(FATAL_ERROR "${file}: not a key (two-digit lowercase hex bytes separated by single blanks): ${line}")
+      endif()
+      list(APPEND keys "${line}")
+    endforeach()
+  endif()
+  set(${out_var} "${keys}" PARENT_SCOPE)
+endfunction()
+
+function(emit_table name keys out_var)
+  set(text "const char* const ${name}[] = {\n")
+  foreach(key IN LISTS keys)
+    string(APPEND text "    \"${key}\",\n")
+  endforeach()
+  string(APPEND text "    nullptr,\n};\n")
+  set(${out_var} "${text}" PARENT_SCOPE)
+endfunction()
+
+read_keys("${CONFIG_DIR}/main.keys" main)
+read_keys("${CONFIG_DIR}/extended.keys" extended)
+read_keys("${CONFIG_DIR}/extended-extra.keys" extended_extra)
+read_keys("${CONFIG_DIR}/launch-argument.keys" launch_argument)
+set(includes_test_key false)
+if(TEST_KEY_FILE)
+  read_keys("${TEST_KEY_FILE}" test_key)
+  list(APPEND main ${test_key})
+  set(includes_test_key true)
+endif()
+
+emit_table(kMainKeys "${main}" main_text)
+emit_table(kExtendedKeys "${extended}" extended_text)
+emit_table(kExtendedExtraKeys "${extended_extra}" extended_extra_text)
+emit_table(kLaunchArgumentKeys "${launch_argument}" launch_argument_text)
+
+file(WRITE "${OUTPUT}.tmp" "// Generated from config/trust by cmake/GenerateTrustTables.cmake. Do not edit.
+#include \"security/TrustMaterial.h\"
+
+namespace Qv::Bridge::Security::TrustMaterial {
+
+${main_text}
+${extended_text}
+${extended_extra_text}
+${launch_argument_text}
+const bool kIncludesTestKey = ${includes_test_key};
+
+}  // namespace Qv::Bridge::Security::TrustMaterial
+")
+file(COPY_FILE "${OUTPUT}.tmp" "${OUTPUT}" ONLY_IF_DIFFERENT)
+file(REMOVE "${OUTPUT}.tmp")
