@@ -1,7 +1,7 @@
 # make demo   - the tour of the real DLL under Wine through devicectl.exe
 # make test   - every test: native unit tests (plain and ASan+UBSan) and the Windows tests under Wine
 SHELL := /bin/bash
-.PHONY: all bootstrap native native-asan mingw test test-native test-asan test-windows demo clean
+.PHONY: all bootstrap native native-asan mingw product test test-native test-asan test-windows demo clean
 
 all: native mingw
 
@@ -19,6 +19,11 @@ native-asan: bootstrap
 mingw: bootstrap
 	@[ -f build/mingw/build.ninja ] || cmake --preset mingw >/dev/null
 	cmake --build --preset mingw
+
+# The shippable module: trusts only the keys under config/trust, carries no test material.
+product: bootstrap
+	@[ -f build/mingw-product/build.ninja ] || cmake --preset mingw-product >/dev/null
+	cmake --build --preset mingw-product
 
 test-native: native
 	ctest --preset native

@@ -12,11 +12,13 @@ add_library(DeviceControlService SHARED
   $<TARGET_OBJECTS:qv_core>
   $<TARGET_OBJECTS:qv_logic>
   src/dll/DllMain.cpp
+  src/platform/windows/WinFiles.cpp
   src/platform/windows/WinLogSinks.cpp
-  src/platform/windows/WinPlatform.cpp)
+  src/platform/windows/WinPlatform.cpp
+  src/platform/windows/WinSecurity.cpp)
 set_target_properties(DeviceControlService PROPERTIES PREFIX "" IMPORT_PREFIX "")
 target_compile_definitions(DeviceControlService PRIVATE QV_BUILDING_DLL)
-target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcrypt)
+target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcrypt wintrust crypt32 userenv)
 target_link_options(DeviceControlService PRIVATE ${QV_STATIC_LINK})
 
 add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/ModuleWindows.cpp $<TARGET_OBJECTS:qv_core>)
@@ -30,12 +32,44 @@ set(BUILD_GMOCK ON CACHE BOOL "" FORCE)
 set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
 add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
 
-file(GLOB QV_WINDOWS_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/windows/*.cpp)
-add_executable(windows_tests ${QV_WINDOWS_TEST_SOURCES} $<TARGET_OBJECTS:qv_core>)
+if(NOT QV_TEST_TRUST)
+  return()  # a product build: no tests, no test signing material
+endif()
+
+# Signed, unsigned and foreign-signed copies of a small program for the trust tests.
+add_executable(trust_probe tests/windows/probe/TrustProbe.cpp)
+target_link_options(trust_probe PRIVATE ${QV_STATIC_LINK})
+set(QV_TRUST_TEST_BIN ${CMAKE_BINARY_DIR}/bin/trust-test)
+set(qv_sign ${CMAKE_SOURCE_DIR}/scripts/sign-file ${QV_TEST_CERT_DIR})
+add_custom_command(
+  OUTPUT ${QV_TRUST_TEST_BIN}/probe-signed.exe ${QV_TRUST_TEST_BIN}/probe-signed-twin.exe
+         ${QV_TRUST_TEST_BIN}/probe-other.exe ${QV_TRUST_TEST_BIN}/probe-unsigned.exe ${QV_TRUST_TEST_BIN}/signing.hex
+  COMMAND ${CMAKE_COMMAND} -E make_directory ${QV_TRUST_TEST_BIN}
+  COMMAND ${qv_sign} signing $<TARGET_FILE:trust_probe> ${QV_TRUST_TEST_BIN}/probe-signed.exe
+  COMMAND ${qv_sign} signing $<TARGET_FILE:trust_probe> ${QV_TRUST_TEST_BIN}/probe-signed-twin.exe "another description"
+  COMMAND ${qv_sign} other $<TARGET_FILE:trust_probe> ${QV_TRUST_TEST_BIN}/probe-other.exe
+  COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:trust_probe> ${QV_TRUST_TEST_BIN}/probe-unsigned.exe
+  COMMAND ${CMAKE_COMMAND} -E copy ${QV_TEST_CERT_DIR}/signing.hex ${QV_TRUST_TEST_BIN}/signing.hex
+  DEPENDS trust_probe ${QV_TEST_CERT_DIR}/signing.pem ${QV_TEST_CERT_DIR}/other.pem ${CMAKE_SOURCE_DIR}/scripts/sign-file
+  COMMENT "Signing the trust test programs")
+add_custom_target(trust_test_files DEPENDS ${QV_TRUST_TEST_BIN}/probe-signed.exe)
+
+# The service as the host sees it: LoadLibraryW and the factory, nothing imported.
+add_executable(windows_tests tests/windows/ServiceDllTest.cpp $<TARGET_OBJECTS:qv_core>)
 target_include_directories(windows_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
 target_link_libraries(windows_tests PRIVATE qv_core gtest gmock gtest_main)
 target_link_options(windows_tests PRIVATE ${QV_STATIC_LINK})
 add_dependencies(windows_tests DeviceControlService devicectl)
 add_test(NAME windows_tests COMMAND windows_tests)
+
+# The exported security classes, imported from the DLL.
+add_executable(windows_security_tests tests/windows/TrustTest.cpp $<TARGET_OBJECTS:qv_core>)
+target_include_directories(windows_security_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+target_compile_definitions(windows_security_tests PRIVATE QV_USING_DLL)
+target_link_libraries(windows_security_tests PRIVATE qv_core DeviceControlService gtest gmock gtest_main)
+target_link_options(windows_security_tests PRIVATE ${QV_STATIC_LINK})
+add_dependencies(windows_security_tests trust_test_files)
+add_test(NAME windows_security_tests COMMAND windows_security_tests)
+set_tests_properties(windows_security_tests PROPERTIES ENVIRONMENT "QV_DEVICECONTROL_LOG=C:\\windows\\temp\\devicecontrol-security-tests.log")
 add_test(NAME devicectl_cli COMMAND bash ${CMAKE_SOURCE_DIR}/tests/windows/devicectl_cli.sh ${CMAKE_BINARY_DIR}/bin)
 set_tests_properties(devicectl_cli PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURCE_DIR}")

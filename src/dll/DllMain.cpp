@@ -9,6 +9,7 @@
 #include "core/strings.h"
 #include "platform/platform.h"
 #include "platform/windows/WinPlatform.h"
+#include "security/TrustMaterial.h"
 
 namespace {
 
@@ -39,6 +40,10 @@ BOOL WINAPI DllMain(HINSTANCE /*instance*/, DWORD reason, LPVOID /*reserved*/) {
         SetUnhandledExceptionFilter(ReportUnhandledException);
         Qv::platform::Install(std::make_shared<Qv::platform::windows::WinPlatform>());
         AddLogSinks();
+        if (Qv::Bridge::Security::TrustMaterial::kIncludesTestKey) {
+            Qv::Bridge::Logging::LogManager::GetLogger()->LogWarning(
+                L"DeviceControlService - test build: the trusted-key tables include the build-time test signing key");
+        }
     }
     return TRUE;
 }

@@ -16,10 +16,12 @@ namespace Qv::WindowsTests {
 using Qv::Bridge::Server::Services::QVService;
 
 // The DLL's trace is mirrored into this file (the module reads the variable when attached).
+// A test program that imports the DLL has it attached before main, so ctest sets the variable.
 inline std::wstring LogFilePath() {
-    wchar_t folder[MAX_PATH] = {};
-    GetTempPathW(MAX_PATH, folder);
-    return std::wstring(folder) + L"devicecontrol-windows-tests.log";
+    wchar_t path[MAX_PATH] = {};
+    if (GetEnvironmentVariableW(L"QV_DEVICECONTROL_LOG", path, MAX_PATH) > 0) return path;
+    GetTempPathW(MAX_PATH, path);
+    return std::wstring(path) + L"devicecontrol-windows-tests.log";
 }
 
 class ServiceDll {
@@ -41,8 +43,10 @@ public:
 
 private:
     ServiceDll() {
-        DeleteFileW(LogFilePath().c_str());
-        SetEnvironmentVariableW(L"QV_DEVICECONTROL_LOG", LogFilePath().c_str());
+        if (GetModuleHandleW(L"DeviceControlService.dll") == nullptr) {
+            DeleteFileW(LogFilePath().c_str());
+            SetEnvironmentVariableW(L"QV_DEVICECONTROL_LOG", LogFilePath().c_str());
+        }
         module_ = LoadLibraryW(L"DeviceControlService.dll");
         if (module_ != nullptr)
             create_ = platform::windows::proc_address<QVService* (*)()>(module_, "QVCreateService");

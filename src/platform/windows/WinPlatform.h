@@ -17,14 +17,70 @@ public:
     void Close(EventHandle handle) override;
 };
 
+class WinCodeSignatures : public ICodeSignatures {
+public:
+    std::vector<RawSignature> ReadSignatures(const std::wstring& path, bool useCatalog) override;
+
+private:
+    // What a catalog-based trust request names; the admin context is released with it.
+    struct CatalogRequest {
+        std::shared_ptr<void> admin;
+        std::wstring catalogFile;
+        std::wstring memberTag;
+        std::wstring memberPath;
+    };
+    int GetSecurityCatalogInfo(const std::wstring& path, CatalogRequest& request);
+};
+
+class WinFileSystem : public IFileSystem {
+public:
+    std::wstring ExpandEnvironment(const std::wstring& text) override;
+    std::optional<std::wstring> FullPath(const std::wstring& path, uint32_t& error) override;
+    FolderAccess ReadFolderAccess(const std::wstring& folder) override;
+};
+
+class WinUserSession : public IUserSession {
+public:
+    std::optional<std::wstring> ExpandForUser(UserToken token, const std::wstring& text, uint32_t& error) override;
+};
+
+class WinRpcCall : public IRpcCall {
+public:
+    WinRpcCall();
+    long InquireCallerProcessId(uint32_t& processId) override;
+    OwnedHandle OpenProcessForQuery(uint32_t processId) override;
+    OwnedHandle DuplicateForQuery(void* processHandle) override;
+    long ImpersonateClient() override;
+    void RevertToSelf() override;
+    long GetPackageFamilyName(void* processHandle, uint32_t& length, wchar_t* buffer) override;
+
+private:
+    bool underWine_ = false;
+};
+
+class WinClock : public IClock {
+public:
+    void Sleep(uint32_t milliseconds) override;
+};
+
 class WinPlatform : public Platform {
 public:
     IUuidGenerator& Uuids() override { return uuids_; }
     INamedEvents& Events() override { return events_; }
+    ICodeSignatures& Signatures() override { return signatures_; }
+    IFileSystem& Files() override { return files_; }
+    IUserSession& User() override { return user_; }
+    IRpcCall& Rpc() override { return rpc_; }
+    IClock& Clock() override { return clock_; }
 
 private:
     WinUuidGenerator uuids_;
     WinNamedEvents events_;
+    WinCodeSignatures signatures_;
+    WinFileSystem files_;
+    WinUserSession user_;
+    WinRpcCall rpc_;
+    WinClock clock_;
 };
 
 // Log sinks of the Windows build: the ETW provider named after the logging provider, and the
