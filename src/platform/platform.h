@@ -74,12 +74,38 @@ public:
     // Absolute, canonical path (GetFullPathNameW: "." and ".." resolved); null with `error` set on failure.
     virtual std::optional<std::wstring> FullPath(const std::wstring& path, uint32_t& error) = 0;
     virtual FolderAccess ReadFolderAccess(const std::wstring& folder) = 0;
+    // Full path of this module's own file (GetModuleFileNameW of the DLL); empty on failure.
+    virtual std::wstring ModulePath() = 0;
+    virtual bool FileExists(const std::wstring& path) = 0;
+    // Opens a file for reading while forbidding writes, deletes and renames, so that what is
+    // verified is what runs; null with `error` set on failure.
+    virtual OwnedHandle OpenForExecution(const std::wstring& path, uint32_t& error) = 0;
 };
 
 // The logged-on user.
 class IUserSession {
 public:
+    static constexpr uint32_t kNoSession = 0xFFFFFFFF;
+
     virtual ~IUserSession() = default;
+    // Whether the terminal-services session functions are there on this system.
+    virtual bool SessionApiAvailable() = 0;
+    virtual uint32_t ActiveConsoleSessionId() = 0;
+    // An active session found by enumeration, or kNoSession.
+    virtual uint32_t FindActiveSession() = 0;
+    // The session user's token; null with `error` set on failure.
+    virtual OwnedHandle QueryUserToken(uint32_t sessionId, uint32_t& error) = 0;
+    virtual OwnedHandle DuplicatePrimaryToken(void* token) = 0;
+    virtual bool RunningAsSystem() = 0;
+    virtual bool ImpersonateLoggedOnUser(void* token) = 0;
+    virtual bool RevertImpersonation() = 0;
+    // Runs `commandLine` (the image `applicationPath`) as the token's user with its environment,
+    // hidden, waits for it and returns what it wrote to standard output and error.
+    virtual bool RunAndCapture(void* token, const std::wstring& applicationPath, const std::wstring& commandLine,
+                               std::string& output) = 0;
+    // Starts the executable of a store package for the token's user, without waiting.
+    virtual bool StartPackagedApplication(void* token, const std::wstring& packageFamilyName,
+                                          const std::wstring& executable) = 0;
     // %VAR% expansion with the environment of the token's user; null with `error` set on failure.
     virtual std::optional<std::wstring> ExpandForUser(UserToken token, const std::wstring& text, uint32_t& error) = 0;
 };

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "helpers/AccessoryHelper.h"
+
 namespace Qv::Bridge::Server::Services::DeviceControl {
 
 const char* FormName(CommandForm form) {
@@ -22,6 +24,16 @@ const CommandRow* CommandTable::Find(unsigned int number) const {
                                [](const CommandRow& row, unsigned int n) { return row.number < n; });
     return (it != rows_.end() && it->number == number) ? &*it : nullptr;
 }
+
+namespace {
+
+int MouseGetSpeed(CommandCall& call) { return AccessoryHelper::GetInstance()->GetMouseSpeed(&call.input, &call.output); }
+int MouseSetSpeed(CommandCall& call) { return AccessoryHelper::GetInstance()->SetMouseSpeed(&call.input, &call.output); }
+int MouseSwapButton(CommandCall& call) {
+    return AccessoryHelper::GetInstance()->SwapMouseButton(&call.input, &call.output);
+}
+
+}  // namespace
 
 const CommandTable& CommandTable::Standard() {
     using F = CommandForm;
@@ -70,9 +82,9 @@ const CommandTable& CommandTable::Standard() {
         {77, "Display.GetContrast", F::Inline, nullptr},
         {78, "Display.SetContrast", F::Delegated, nullptr},
         {79, "Audio.ToggleSpeakerSwap", F::Delegated, nullptr},
-        {91, "Accessory.GetMouseSpeed", F::Inline, nullptr},
-        {92, "Accessory.SetMouseSpeed", F::Inline, nullptr},
-        {93, "Accessory.SwapMouseButton", F::Inline, nullptr},
+        {91, "Accessory.GetMouseSpeed", F::Inline, &MouseGetSpeed},
+        {92, "Accessory.SetMouseSpeed", F::Inline, &MouseSetSpeed},
+        {93, "Accessory.SwapMouseButton", F::Inline, &MouseSwapButton},
         {101, "Power.IsPowerSupported", F::Inline, nullptr},
         {102, "Power.GetPowerMode", F::Inline, nullptr},
         {103, "Power.SetPowerMode", F::Delegated, nullptr},

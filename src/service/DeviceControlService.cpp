@@ -10,6 +10,7 @@
 #include "core/null_checker.h"
 #include "core/status.h"
 #include "core/strings.h"
+#include "service/UserSession.h"
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
 
@@ -153,6 +154,23 @@ void DeviceControlService::session_change_task(unsigned long event, void* /*data
 void DeviceControlService::StartTimedEvent() {
     // The companion launch (eligibility, the user's registry flag, the timed thread) is not part
     // of this build yet; arming it is a no-op until then.
+}
+
+}  // namespace Qv::Bridge::Server::Services::DeviceControl
+
+namespace Qv::Bridge::Server::Services::DeviceControl {
+
+bool DeviceControlService::ImpersonateUser() {
+    std::lock_guard<std::mutex> lock(serviceMutex_);
+    platform::IUserSession& user = platform_.User();
+    if (!user.RunningAsSystem()) return false;
+    logger_->LogInfo(L"DeviceControlService::ImpersonateUser - Running as SYSTEM, impersonating user");
+    platform::OwnedHandle token;
+    const bool impersonated =
+        UserSession(platform_).GetUserTokenForCurrentUser(token) && user.ImpersonateLoggedOnUser(token.get());
+    logger_->LogInfo(impersonated ? L"DeviceControlService::ImpersonateUser ImpersonateLoggedOnUser successful"
+                                  : L"DeviceControlService::ImpersonateUser ImpersonateLoggedOnUser failed");
+    return impersonated;
 }
 
 }  // namespace Qv::Bridge::Server::Services::DeviceControl

@@ -52,6 +52,9 @@ public:
 
     // Arms the timed companion-launch event.
     void StartTimedEvent();
+    // Impersonates the console user on this thread when the service runs as SYSTEM; the caller
+    // reverts with RevertToSelf.
+    bool ImpersonateUser();
 
     bool LaunchStarted() const { return launchStarted_.load() != 0; }
     bool OobeReceived() const { return oobeReceived_.load(); }

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/logging.h"
 #include "platform/sim/sim_device.h"
@@ -19,12 +20,19 @@ using Bridge::Server::Services::DeviceControl::DeviceControlService;
 struct Answer {
     int status;
     std::optional<std::wstring> text;  // empty when the module handed back no text
+    bool operator==(const Answer&) const = default;
 };
 
+// The public key of the test build's signing certificate, as DER bytes.
+std::vector<uint8_t> TrustedTestKey();
+
+// Installs a fresh simulated device as the process's platform for the test.
 class ServiceFixture : public ::testing::Test {
 protected:
     explicit ServiceFixture(const CommandTable& table = CommandTable::Standard())
-        : service(std::make_unique<DeviceControlService>(device, table)) {}
+        : service(std::make_unique<DeviceControlService>(device, table)) {
+        platform::Install(devicePtr);
+    }
 
     // Runs one command the way the host does and releases the answer through slot 4.
     Answer Call(unsigned int number, const std::wstring& json = L"{}", void* session = nullptr) {
@@ -37,7 +45,8 @@ protected:
     }
 
     Bridge::Logging::ScopedLogCapture log;
-    Sim::SimDevice device;
+    std::shared_ptr<Sim::SimDevice> devicePtr = std::make_shared<Sim::SimDevice>();
+    Sim::SimDevice& device = *devicePtr;
     std::unique_ptr<DeviceControlService> service;
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cwctype>
 
+#include "core/command_line.h"
 #include "core/wformat.h"
 
 namespace Qv::Sim {
@@ -263,6 +264,180 @@ long SimDevice::GetPackageFamilyName(void* processHandle, uint32_t& length, wcha
 void SimDevice::Sleep(uint32_t milliseconds) {
     std::lock_guard<std::mutex> lock(mutex_);
     sleeps_.push_back(milliseconds);
+}
+
+// --- files beside the module, the console user, processes ----------------------------------
+
+void SimDevice::AddFile(const std::wstring& path) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    files_.insert(Lower(path));
+}
+
+void SimDevice::RemoveFile(const std::wstring& path) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    files_.erase(Lower(path));
+}
+
+void SimDevice::SetModulePath(const std::wstring& path) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    modulePath_ = path;
+}
+
+void SimDevice::SetSignedIn(bool signedIn) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    signedIn_ = signedIn;
+}
+
+void SimDevice::SetRunningAsSystem(bool system) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    runningAsSystem_ = system;
+}
+
+void SimDevice::InstallTool(const std::vector<uint8_t>& key, int32_t status) {
+    std::wstring folder;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        folder = modulePath_.substr(0, modulePath_.find_last_of(L'\\'));
+    }
+    const std::wstring tool = folder + L"\\DeviceControlTool.exe";
+    AddFile(tool);
+    SetSignatures(tool, {{key, status, L"CN=QV Inc., O=QV Inc., L=Lakeside, S=California, C=US", L"CN=Test CA"}});
+}
+
+std::vector<std::wstring> SimDevice::CommandLines() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return commandLines_;
+}
+
+std::vector<std::wstring> SimDevice::StartedPackages() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return startedPackages_;
+}
+
+int SimDevice::PinnedFiles() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return pinnedFiles_;
+}
+
+std::wstring SimDevice::ModulePath() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return modulePath_;
+}
+
+bool SimDevice::FileExists(const std::wstring& path) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return files_.count(Lower(path)) != 0;
+}
+
+platform::OwnedHandle SimDevice::OpenForExecution(const std::wstring& path, uint32_t& error) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (files_.count(Lower(path)) == 0) {
+        error = kErrorFileNotFound;
+        return nullptr;
+    }
+    ++pinnedFiles_;
+    return platform::OwnedHandle(new int(0), [this](void* p) {
+        delete static_cast<int*>(p);
+        std::lock_guard<std::mutex> inner(mutex_);
+        --pinnedFiles_;
+    });
+}
+
+uint32_t SimDevice::ActiveConsoleSessionId() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return signedIn_ ? 1 : kNoSession;
+}
+
+uint32_t SimDevice::FindActiveSession() { return ActiveConsoleSessionId(); }
+
+platform::OwnedHandle SimDevice::QueryUserToken(uint32_t sessionId, uint32_t& error) {
+    if (sessionId == kNoSession) {
+        error = 1008;  // ERROR_NO_TOKEN
+        return nullptr;
+    }
+    return platform::OwnedHandle(new int(1), [](void* p) { delete static_cast<int*>(p); });
+}
+
+platform::OwnedHandle SimDevice::DuplicatePrimaryToken(void* token) {
+    if (token == nullptr) return nullptr;
+    return platform::OwnedHandle(new int(2), [](void* p) { delete static_cast<int*>(p); });
+}
+
+bool SimDevice::RunningAsSystem() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return runningAsSystem_;
+}
+
+bool SimDevice::ImpersonateLoggedOnUser(void* token) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (token == nullptr) return false;
+    impersonating_ = true;
+    return true;
+}
+
+bool SimDevice::RevertImpersonation() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    impersonating_ = false;
+    return true;
+}
+
+bool SimDevice::RunAndCapture(void* token, const std::wstring& applicationPath, const std::wstring& commandLine,
+                              std::string& output) {
+    std::vector<std::wstring> args = Core::SplitCommandLine(commandLine);
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        commandLines_.push_back(commandLine);
+        if (token == nullptr || tool_.failsToStart || files_.count(Lower(applicationPath)) == 0) return false;
+    }
+    output = RunTool(args);
+    return true;
+}
+
+// The device control tool: "<tool> <area> <function> <argument>", one line out.
+std::string SimDevice::RunTool(const std::vector<std::wstring>& args) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (args.size() != 4) return "-1\r\n";
+    const std::wstring& area = args[1];
+    const std::wstring& function = args[2];
+    const std::wstring& argument = args[3];
+    auto scripted = tool_.replies.find(function);
+    if (scripted != tool_.replies.end()) return scripted->second;
+    if (area != L"Accessory") return "-1\r\n";
+    auto number = [&](int& value) {
+        try {
+            size_t used = 0;
+            value = std::stoi(argument, &used);
+            return used == argument.size();
+        } catch (const std::exception&) {
+            return false;
+        }
+    };
+    int value = 0;
+    if (function == L"GetMouseSpeed") return std::to_string(tool_.mouseSpeed) + "\r\n";
+    if (function == L"SetMouseSpeed") {
+        if (!number(value) || value < 1 || value > 20) return "-1\r\n";
+        tool_.mouseSpeed = value;
+        return "1\r\n";
+    }
+    if (function == L"SwapMouseButton") {
+        tool_.buttonsSwapped = !tool_.buttonsSwapped;
+        return "1\r\n";
+    }
+    if (function == L"SetMouseLeftHanded") {
+        if (!number(value) || (value != 0 && value != 1)) return "-1\r\n";
+        tool_.buttonsSwapped = value == 1;
+        return "1\r\n";
+    }
+    if (function == L"GetMouseSwapStatus") return tool_.buttonsSwapped ? "1\r\n" : "0\r\n";
+    return "-1\r\n";
+}
+
+bool SimDevice::StartPackagedApplication(void* token, const std::wstring& packageFamilyName,
+                                         const std::wstring& executable) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (token == nullptr) return false;
+    startedPackages_.push_back(packageFamilyName + L"!" + executable);
+    return true;
 }
 
 }  // namespace Qv::Sim

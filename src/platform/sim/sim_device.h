@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,6 +21,16 @@ struct SimCaller {
     bool processAlive = true;          // false: OpenProcess fails
     std::wstring packageFamilyName;    // empty: an unpackaged process (APPMODEL_ERROR_NO_PACKAGE)
     long impersonateStatus = 0;
+};
+
+// What the simulated DeviceControlTool.exe does when it is run.
+struct SimTool {
+    int mouseSpeed = 10;
+    bool buttonsSwapped = false;
+    // Scripted replies by function word, taking precedence over the tool's own behaviour
+    // (e.g. "GetMouseSpeed" -> "-1\r\n").
+    std::map<std::wstring, std::string> replies;
+    bool failsToStart = false;
 };
 
 class SimDevice : public platform::Platform,
@@ -50,6 +62,15 @@ public:
     void SetCaller(SimCaller caller);
     // Handles of processes the simulated system knows (for the RPC helper's fallback table).
     platform::OwnedHandle MakeProcessHandle(uint32_t processId);
+    void AddFile(const std::wstring& path);
+    void RemoveFile(const std::wstring& path);
+    void SetModulePath(const std::wstring& path);
+    // No user at the console (before sign-in, or between sessions).
+    void SetSignedIn(bool signedIn);
+    void SetRunningAsSystem(bool system);
+    SimTool& Tool() { return tool_; }
+    // Installs a signed tool beside the module, signed with `key`.
+    void InstallTool(const std::vector<uint8_t>& key, int32_t status = 0);
 
     // --- observations ---
     size_t UuidsIssued() const;
@@ -57,6 +78,10 @@ public:
     std::vector<uint32_t> Sleeps() const;
     bool Impersonating() const;
     int OpenProcessHandles() const;
+    // Command lines of every process started as the user, in order.
+    std::vector<std::wstring> CommandLines() const;
+    std::vector<std::wstring> StartedPackages() const;
+    int PinnedFiles() const;
 
 private:
     std::wstring NewUuidString() override;
@@ -74,6 +99,22 @@ private:
     void RevertToSelf() override;
     long GetPackageFamilyName(void* processHandle, uint32_t& length, wchar_t* buffer) override;
     void Sleep(uint32_t milliseconds) override;
+    std::wstring ModulePath() override;
+    bool FileExists(const std::wstring& path) override;
+    platform::OwnedHandle OpenForExecution(const std::wstring& path, uint32_t& error) override;
+    bool SessionApiAvailable() override { return true; }
+    uint32_t ActiveConsoleSessionId() override;
+    uint32_t FindActiveSession() override;
+    platform::OwnedHandle QueryUserToken(uint32_t sessionId, uint32_t& error) override;
+    platform::OwnedHandle DuplicatePrimaryToken(void* token) override;
+    bool RunningAsSystem() override;
+    bool ImpersonateLoggedOnUser(void* token) override;
+    bool RevertImpersonation() override;
+    bool RunAndCapture(void* token, const std::wstring& applicationPath, const std::wstring& commandLine,
+                       std::string& output) override;
+    bool StartPackagedApplication(void* token, const std::wstring& packageFamilyName,
+                                  const std::wstring& executable) override;
+    std::string RunTool(const std::vector<std::wstring>& args);
 
     std::wstring Expand(const std::map<std::wstring, std::wstring>& environment, const std::wstring& text) const;
 
@@ -94,6 +135,14 @@ private:
     bool impersonating_ = false;
     int openProcessHandles_ = 0;
     std::vector<uint32_t> sleeps_;
+    std::set<std::wstring> files_;  // lower-case paths
+    std::wstring modulePath_ = L"C:\\Program Files\\DeviceControl\\DeviceControlService.dll";
+    bool signedIn_ = true;
+    bool runningAsSystem_ = true;
+    int pinnedFiles_ = 0;
+    SimTool tool_;
+    std::vector<std::wstring> commandLines_;
+    std::vector<std::wstring> startedPackages_;
 };
 
 }  // namespace Qv::Sim

@@ -1,0 +1,55 @@
+#include "helpers/ToolRunner.h"
+
+#include <stdexcept>
+
+#include "core/logging.h"
+#include "core/strings.h"
+#include "security/Authenticode.h"
+#include "service/UserSession.h"
+
+namespace Qv::Bridge::Server::Services::DeviceControl {
+
+std::wstring ToolRunner::CommandLine(const std::wstring& toolPath, const std::wstring& area,
+                                     const std::wstring& function, const std::wstring& argument) {
+    return L"\"" + toolPath + L"\" " + area + L" " + function + L" \"" + argument + L"\"";
+}
+
+bool ToolRunner::Run(const std::wstring& area, const std::wstring& function, const std::wstring& argument,
+                     std::wstring& reply) {
+    UserSession user(platform_);
+    const std::wstring tool = user.ResolveModuleFile(kToolName);
+
+    // Verify-then-execute on one file: the tool stays open without write, delete or rename
+    // sharing from before the signature check until the process has been created.
+    uint32_t error = 0;
+    platform::OwnedHandle pinned = platform_.Files().OpenForExecution(tool, error);
+    if (!pinned) {
+        Logging::LogManager::GetLogger()->LogError(L"%S.%S - Windows API %s error, GetLastError = %d",
+                                                   Core::TypeName<ToolRunner>(), "Run", L"CreateFileW",
+                                                   static_cast<int>(error));
+        return false;
+    }
+    Security::QVAuthenticodeFacade facade(platform_, Security::TrustTables::Builtin());
+    if (!facade.IsQvSignedFile(tool.c_str())) return false;
+
+    std::wstring output;
+    if (!user.RunAsUserAndCapture(tool, CommandLine(tool, area, function, argument), output)) return false;
+    if (output == L"-1") return false;
+    reply = output;
+    return true;
+}
+
+std::optional<int> ToolRunner::RunForInteger(const std::wstring& area, const std::wstring& function,
+                                             const std::wstring& argument) {
+    std::wstring reply;
+    if (!Run(area, function, argument, reply)) return std::nullopt;
+    try {
+        return std::stoi(reply);
+    } catch (const std::invalid_argument&) {
+        return std::nullopt;
+    } catch (const std::out_of_range&) {
+        return std::nullopt;
+    }
+}
+
+}  // namespace Qv::Bridge::Server::Services::DeviceControl
