@@ -15,10 +15,11 @@ add_library(DeviceControlService SHARED
   src/platform/windows/WinFiles.cpp
   src/platform/windows/WinLogSinks.cpp
   src/platform/windows/WinPlatform.cpp
-  src/platform/windows/WinSecurity.cpp)
+  src/platform/windows/WinSecurity.cpp
+  src/platform/windows/WinUserSession.cpp)
 set_target_properties(DeviceControlService PROPERTIES PREFIX "" IMPORT_PREFIX "")
 target_compile_definitions(DeviceControlService PRIVATE QV_BUILDING_DLL)
-target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcrypt wintrust crypt32 userenv)
+target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcrypt wintrust crypt32 userenv wtsapi32)
 target_link_options(DeviceControlService PRIVATE ${QV_STATIC_LINK})
 
 add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/ModuleWindows.cpp $<TARGET_OBJECTS:qv_core>)
@@ -26,6 +27,12 @@ target_include_directories(devicectl PRIVATE ${CMAKE_SOURCE_DIR})
 target_link_libraries(devicectl PRIVATE qv_core)
 target_link_options(devicectl PRIVATE ${QV_STATIC_LINK} -municode)
 add_dependencies(devicectl DeviceControlService)
+
+# The tool the service runs in the user's session. The product build ships it unsigned, for the
+# maker to sign; the test build also makes a copy signed with the test key (bin/signed/).
+add_executable(DeviceControlTool tools/DeviceControlTool/Main.cpp tools/DeviceControlTool/Accessory.cpp)
+target_include_directories(DeviceControlTool PRIVATE ${CMAKE_SOURCE_DIR})
+target_link_options(DeviceControlTool PRIVATE ${QV_STATIC_LINK} -municode)
 
 # GoogleTest built from source for the cross target.
 set(BUILD_GMOCK ON CACHE BOOL "" FORCE)
@@ -52,7 +59,14 @@ add_custom_command(
   COMMAND ${CMAKE_COMMAND} -E copy ${QV_TEST_CERT_DIR}/signing.hex ${QV_TRUST_TEST_BIN}/signing.hex
   DEPENDS trust_probe ${QV_TEST_CERT_DIR}/signing.pem ${QV_TEST_CERT_DIR}/other.pem ${CMAKE_SOURCE_DIR}/scripts/sign-file
   COMMENT "Signing the trust test programs")
-add_custom_target(trust_test_files DEPENDS ${QV_TRUST_TEST_BIN}/probe-signed.exe)
+set(QV_SIGNED_BIN ${CMAKE_BINARY_DIR}/bin/signed)
+add_custom_command(
+  OUTPUT ${QV_SIGNED_BIN}/DeviceControlTool.exe
+  COMMAND ${CMAKE_COMMAND} -E make_directory ${QV_SIGNED_BIN}
+  COMMAND ${qv_sign} signing $<TARGET_FILE:DeviceControlTool> ${QV_SIGNED_BIN}/DeviceControlTool.exe
+  DEPENDS DeviceControlTool ${QV_TEST_CERT_DIR}/signing.pem ${CMAKE_SOURCE_DIR}/scripts/sign-file
+  COMMENT "Signing DeviceControlTool.exe with the test key")
+add_custom_target(trust_test_files ALL DEPENDS ${QV_TRUST_TEST_BIN}/probe-signed.exe ${QV_SIGNED_BIN}/DeviceControlTool.exe)
 
 # The service as the host sees it: LoadLibraryW and the factory, nothing imported.
 add_executable(windows_tests tests/windows/ServiceDllTest.cpp $<TARGET_OBJECTS:qv_core>)

@@ -102,6 +102,18 @@ std::string FormatPublicKey(const std::vector<uint8_t>& der) {
     return text;
 }
 
+std::vector<uint8_t> ParsePublicKey(const std::string& text) {
+    auto nibble = [](char c) { return c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1; };
+    std::vector<uint8_t> der;
+    for (size_t i = 0; i < text.size(); i += 3) {
+        const int hi = i + 1 < text.size() ? nibble(text[i]) : -1;
+        const int lo = i + 1 < text.size() ? nibble(text[i + 1]) : -1;
+        if (hi < 0 || lo < 0 || (i + 2 < text.size() && text[i + 2] != ' ')) return {};
+        der.push_back(static_cast<uint8_t>(hi << 4 | lo));
+    }
+    return der;
+}
+
 std::map<std::wstring, std::wstring> SplitDistinguishedName(const std::wstring& text) {
     std::map<std::wstring, std::wstring> parts;
     size_t i = 0;

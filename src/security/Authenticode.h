@@ -63,8 +63,9 @@ QV_API const std::vector<std::wstring>& AllowedFolderPrefixes();
 constexpr int32_t kCertExpired = static_cast<int32_t>(0x800B0101);
 QV_API bool IsTrustedBySystem(const SignerList& signers);
 
-// Hex text of DER bytes as the tables write it.
+// Hex text of DER bytes as the tables write it, and back (malformed text gives no bytes).
 QV_API std::string FormatPublicKey(const std::vector<uint8_t>& der);
+QV_API std::vector<uint8_t> ParsePublicKey(const std::string& text);
 
 // Splits an X.500 name text ("CN=a, O=\"b, c\", ...") into its parts, trimmed.
 QV_API std::map<std::wstring, std::wstring> SplitDistinguishedName(const std::wstring& text);

@@ -11,10 +11,7 @@
 namespace Qv::Tests {
 
 std::vector<uint8_t> TrustedTestKey() {
-    const std::string& hex = Bridge::Security::TrustTables::Builtin().main.back().publicKey;
-    std::vector<uint8_t> bytes;
-    for (size_t i = 0; i + 1 < hex.size(); i += 3) bytes.push_back(static_cast<uint8_t>(std::stoi(hex.substr(i, 2), nullptr, 16)));
-    return bytes;
+    return Bridge::Security::ParsePublicKey(Bridge::Security::TrustTables::Builtin().main.back().publicKey);
 }
 
 namespace {

@@ -65,6 +65,9 @@ TEST_F(AuthenticodeTest, SignersAreReadWithKeysAsHexAndSubjectParts) {
     EXPECT_EQ(signers[1].status, kUntrustedRoot);
     EXPECT_TRUE(log->Contains(L"Subject = CN=QV Inc., O=\"QV, Inc.\""));
     EXPECT_TRUE(facade.GetSigners(L"C:\\Program Files\\QV\\tool.exe", /*useCatalog=*/true).empty());
+    EXPECT_EQ(ParsePublicKey(signers[0].publicKey), kMakerKey);
+    EXPECT_TRUE(ParsePublicKey("30 8").empty());
+    EXPECT_TRUE(ParsePublicKey("30-82").empty());
 }
 
 TEST_F(AuthenticodeTest, FileTrustNeedsTheSystemAndAListedKey) {

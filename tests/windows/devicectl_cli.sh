@@ -3,6 +3,8 @@
 set -uo pipefail
 root=${QV_ROOT:?}
 err=$(mktemp)
+bin=$root/build/mingw/bin
+QV_WINEPREFIX_DIR=${QV_WINEPREFIX:-$root/build/wine/prefix}
 run() { "$root/scripts/wine-run" devicectl.exe "$@"; }
 passed=0
 failures=0
@@ -28,6 +30,40 @@ run call NoSuchCommand >/dev/null 2>&1; check "unknown name is a usage error" 2 
 run call GetBrightness >/dev/null 2>&1; check "ambiguous operation is a usage error" 2 "$?"
 run --dll 'C:\\missing.dll' call 14 >/dev/null 2>&1; check "missing module is reported" 2 "$?"
 check "commands lists the table" 57 "$(run commands | wc -l)"
+
+# Mouse settings through the installed module and its test-signed tool (scripts/wine-install).
+check "set mouse speed" '{"result":true}' "$(run call Accessory.SetMouseSpeed '{"IValue":15}')"
+check "read it back" '{"result":15}' "$(run call 91)"
+check "speed 21 is refused" 1 "$(run call 92 '{"IValue":21}' >/dev/null 2>&1; echo $?)"
+check "speed 3 by operation name" '{"result":true}' "$(run call SetMouseSpeed '{"IValue":3}')"
+check "and read back" '{"result":3}' "$(run call GetMouseSpeed)"
+swapped() { "$root/scripts/wine-run" 'C:\Program Files\DeviceControl\DeviceControlTool.exe' Accessory GetMouseSwapStatus '' | tr -d '\r'; }
+before=$(swapped)
+check "swap buttons" '{"result":true}' "$(run call 93)"
+after=$(swapped)
+check "the swap state flipped" "$((1 - before))" "$after"
+run call 93 >/dev/null
+check "and flips back" "$before" "$(swapped)"
+tool() { "$root/scripts/wine-run" 'C:\Program Files\DeviceControl\DeviceControlTool.exe' "$@" | tr -d '\r'; }
+check "tool: unknown area" "-1" "$(tool Camera GetZoom '')"
+check "tool: unknown function" "-1" "$(tool Accessory SetZoom '5')"
+check "tool: wrong argument" "-1" "$(tool Accessory SetMouseSpeed 'fast')"
+check "tool: missing argument" "-1" "$(tool Accessory GetMouseSpeed)"
+
+# The same module beside an unsigned tool: nothing runs, the answers say so.
+unsigned="$QV_WINEPREFIX_DIR/drive_c/Program Files/DeviceControlUnsigned"
+mkdir -p "$unsigned"
+cp "$bin/DeviceControlService.dll" "$unsigned/"
+cp "$bin/DeviceControlTool.exe" "$unsigned/"
+log="$QV_WINEPREFIX_DIR/drive_c/devicectl-unsigned.log"
+rm -f "$log"
+u() { run --dll 'C:\Program Files\DeviceControlUnsigned\DeviceControlService.dll' --log 'C:\devicectl-unsigned.log' "$@"; }
+check "unsigned tool: set answers false" '{"result":false}' "$(u call 92 '{"IValue":12}')"
+check "unsigned tool: get answers -1" '{"result":-1}' "$(u call 91)"
+check "unsigned tool: swap answers false" '{"result":false}' "$(u call 93)"
+check "unsigned tool: the speed did not change" '{"result":3}' "$(run call 91)"
+check "unsigned tool: nothing was started" 0 "$(grep -c 'Attempting to impersonate' "$log")"
+check "unsigned tool: no trusted signer" 0 "$(grep -c 'trusted by Fusion = true' "$log")"
 rm -f "$err"
 
 echo "$passed passed, $failures failed"

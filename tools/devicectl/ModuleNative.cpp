@@ -5,6 +5,7 @@
 #include "core/strings.h"
 #include "platform/platform.h"
 #include "platform/sim/sim_device.h"
+#include "security/Authenticode.h"
 #include "tools/devicectl/ServiceModule.h"
 
 namespace Qv::Devicectl {
@@ -27,7 +28,12 @@ std::unique_ptr<ServiceModule> LoadServiceModule(const ModuleOptions& options, s
         error = "--dll is for the Windows build; this devicectl runs the linked core on the simulated device";
         return nullptr;
     }
-    platform::Install(std::make_shared<Sim::SimDevice>());
+    auto device = std::make_shared<Sim::SimDevice>();
+    // The simulated laptop has the tool installed beside the module, signed with the first key
+    // this build trusts (the test key in a test build; none in a product build).
+    const auto& trusted = Bridge::Security::TrustTables::Builtin().main;
+    if (!trusted.empty()) device->InstallTool(Bridge::Security::ParsePublicKey(trusted.front().publicKey));
+    platform::Install(device);
     if (!options.logFile.empty()) {
         auto sink = std::make_shared<Bridge::Logging::FileLogSink>(Core::Narrow(options.logFile));
         if (!sink->IsOpen()) {

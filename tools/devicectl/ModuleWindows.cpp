@@ -36,7 +36,12 @@ private:
     DescribeCommandsFn describe_;
 };
 
+// The installed module when there is one (%ProgramFiles%\DeviceControl), else the one beside devicectl.
 std::wstring DefaultDllPath() {
+    wchar_t installed[MAX_PATH] = {};
+    const DWORD expanded =
+        ExpandEnvironmentStringsW(L"%ProgramFiles%\\DeviceControl\\DeviceControlService.dll", installed, MAX_PATH);
+    if (expanded > 0 && expanded <= MAX_PATH && GetFileAttributesW(installed) != INVALID_FILE_ATTRIBUTES) return installed;
     wchar_t self[MAX_PATH] = {};
     const DWORD length = GetModuleFileNameW(nullptr, self, MAX_PATH);
     std::wstring path(self, length);

@@ -92,3 +92,39 @@ std::optional<std::wstring> WinUserSession::ExpandForUser(UserToken token, const
 void WinClock::Sleep(uint32_t milliseconds) { ::Sleep(milliseconds); }
 
 }  // namespace Qv::platform::windows
+
+namespace Qv::platform::windows {
+namespace {
+// Any function of this module: its address names the module that holds it.
+void ModuleAnchor() {}
+}  // namespace
+
+std::wstring WinFileSystem::ModulePath() {
+    // The module that holds this code: the DLL, not the host executable.
+    HMODULE self = nullptr;
+    if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                            reinterpret_cast<LPCWSTR>(reinterpret_cast<void*>(&ModuleAnchor)), &self)) {
+        return {};
+    }
+    wchar_t path[MAX_PATH] = {};
+    const DWORD length = GetModuleFileNameW(self, path, MAX_PATH);
+    return length == 0 || length >= MAX_PATH ? std::wstring() : std::wstring(path, length);
+}
+
+bool WinFileSystem::FileExists(const std::wstring& path) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+OwnedHandle WinFileSystem::OpenForExecution(const std::wstring& path, uint32_t& error) {
+    // Others may read (and so run) the file, but not write, delete or rename it while we hold it.
+    HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        error = GetLastError();
+        return nullptr;
+    }
+    return OwnedHandle(file, [](HANDLE h) { CloseHandle(h); });
+}
+
+}  // namespace Qv::platform::windows

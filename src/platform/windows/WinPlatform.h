@@ -37,11 +37,26 @@ public:
     std::wstring ExpandEnvironment(const std::wstring& text) override;
     std::optional<std::wstring> FullPath(const std::wstring& path, uint32_t& error) override;
     FolderAccess ReadFolderAccess(const std::wstring& folder) override;
+    std::wstring ModulePath() override;
+    bool FileExists(const std::wstring& path) override;
+    OwnedHandle OpenForExecution(const std::wstring& path, uint32_t& error) override;
 };
 
 class WinUserSession : public IUserSession {
 public:
     std::optional<std::wstring> ExpandForUser(UserToken token, const std::wstring& text, uint32_t& error) override;
+    bool SessionApiAvailable() override;
+    uint32_t ActiveConsoleSessionId() override;
+    uint32_t FindActiveSession() override;
+    OwnedHandle QueryUserToken(uint32_t sessionId, uint32_t& error) override;
+    OwnedHandle DuplicatePrimaryToken(void* token) override;
+    bool RunningAsSystem() override;
+    bool ImpersonateLoggedOnUser(void* token) override;
+    bool RevertImpersonation() override;
+    bool RunAndCapture(void* token, const std::wstring& applicationPath, const std::wstring& commandLine,
+                       std::string& output) override;
+    bool StartPackagedApplication(void* token, const std::wstring& packageFamilyName,
+                                  const std::wstring& executable) override;
 };
 
 class WinRpcCall : public IRpcCall {
