@@ -19,7 +19,7 @@ add_library(DeviceControlService SHARED
   src/platform/windows/WinUserSession.cpp)
 set_target_properties(DeviceControlService PROPERTIES PREFIX "" IMPORT_PREFIX "")
 target_compile_definitions(DeviceControlService PRIVATE QV_BUILDING_DLL)
-target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcrypt wintrust crypt32 userenv wtsapi32)
+target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcrypt wintrust crypt32 userenv)
 target_link_options(DeviceControlService PRIVATE ${QV_STATIC_LINK})
 
 add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/ModuleWindows.cpp $<TARGET_OBJECTS:qv_core>)

@@ -32,26 +32,45 @@ using GetPackagePathByFullNameFn = LONG(WINAPI*)(PCWSTR, UINT32*, PWSTR);
 constexpr UINT32 kPackageFilterHead = 0x10;
 constexpr UINT32 kPackageFilterDirect = 0x20;
 
+// The terminal-services session functions, resolved at run time: systems without them (some
+// server and IoT editions) still load the module and answer "no user".
+struct SessionFunctions {
+    using EnumerateFn = BOOL(WINAPI*)(HANDLE, DWORD, DWORD, WTS_SESSION_INFOW**, DWORD*);
+    using FreeFn = void(WINAPI*)(PVOID);
+    using QueryTokenFn = BOOL(WINAPI*)(ULONG, PHANDLE);
+    EnumerateFn enumerate = nullptr;
+    FreeFn free = nullptr;
+    QueryTokenFn queryToken = nullptr;
+
+    static const SessionFunctions& Get() {
+        static const SessionFunctions functions = [] {
+            SessionFunctions f;
+            HMODULE module = LoadLibraryExW(L"wtsapi32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+            if (module != nullptr) {
+                f.enumerate = proc_address<EnumerateFn>(module, "WTSEnumerateSessionsW");
+                f.free = proc_address<FreeFn>(module, "WTSFreeMemory");
+                f.queryToken = proc_address<QueryTokenFn>(module, "WTSQueryUserToken");
+            }
+            return f;
+        }();
+        return functions;
+    }
+    bool Complete() const { return enumerate != nullptr && free != nullptr && queryToken != nullptr; }
+};
+
 }  // namespace
 
-bool WinUserSession::SessionApiAvailable() {
-    // The session functions come from this API set on every system that has them.
-    using IsApiSetImplementedFn = BOOL(WINAPI*)(PCSTR);
-    HMODULE kernelbase = GetModuleHandleW(L"kernelbase.dll");
-    auto isImplemented =
-        kernelbase != nullptr ? proc_address<IsApiSetImplementedFn>(kernelbase, "IsApiSetImplemented") : nullptr;
-    if (isImplemented != nullptr && isImplemented("ext-ms-win-session-wtsapi32-l1-1-0")) return true;
-    // Without the query (or where the API set is not listed), the library itself must be there.
-    HMODULE wtsapi = LoadLibraryExW(L"wtsapi32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
-    return wtsapi != nullptr;
-}
+// The session functions (the ext-ms-win-session-wtsapi32 API set) are there when they resolve.
+bool WinUserSession::SessionApiAvailable() { return SessionFunctions::Get().Complete(); }
 
 uint32_t WinUserSession::ActiveConsoleSessionId() { return WTSGetActiveConsoleSessionId(); }
 
 uint32_t WinUserSession::FindActiveSession() {
+    const SessionFunctions& wts = SessionFunctions::Get();
+    if (!wts.Complete()) return kNoSession;
     WTS_SESSION_INFOW* sessions = nullptr;
     DWORD count = 0;
-    if (!WTSEnumerateSessionsW(WTS_CURRENT_SERVER_HANDLE, 0, 1, &sessions, &count)) return kNoSession;
+    if (!wts.enumerate(WTS_CURRENT_SERVER_HANDLE, 0, 1, &sessions, &count)) return kNoSession;
     uint32_t found = kNoSession;
     for (DWORD i = 0; i < count; ++i) {
         if (sessions[i].State == WTSActive) {
@@ -59,13 +78,18 @@ uint32_t WinUserSession::FindActiveSession() {
             break;
         }
     }
-    WTSFreeMemory(sessions);
+    wts.free(sessions);
     return found;
 }
 
 OwnedHandle WinUserSession::QueryUserToken(uint32_t sessionId, uint32_t& error) {
+    const SessionFunctions& wts = SessionFunctions::Get();
     HANDLE token = nullptr;
-    if (!WTSQueryUserToken(sessionId, &token)) {
+    if (!wts.Complete()) {
+        error = ERROR_PROC_NOT_FOUND;
+        return nullptr;
+    }
+    if (!wts.queryToken(sessionId, &token)) {
         error = GetLastError();
         return nullptr;
     }
