@@ -121,7 +121,12 @@ void MemoryLogSink::Clear() {
     records_.clear();
 }
 
+// The path is UTF-8; the Windows C runtime would read a narrow path in the ANSI code page.
+#if defined(_WIN32)
+FileLogSink::FileLogSink(const std::string& path) : file_(_wfopen(Core::Widen(path).c_str(), L"ab")) {}
+#else
 FileLogSink::FileLogSink(const std::string& path) : file_(std::fopen(path.c_str(), "ab")) {}
+#endif
 
 FileLogSink::~FileLogSink() {
     if (file_ != nullptr) std::fclose(file_);

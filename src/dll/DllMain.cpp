@@ -16,6 +16,9 @@ namespace {
 // Set by devicectl --log (or by hand) to mirror the trace into a file.
 constexpr const wchar_t* kLogFileVariable = L"QV_DEVICECONTROL_LOG";
 
+// The filter that was in place before ours, put back when the module is unloaded.
+LPTOP_LEVEL_EXCEPTION_FILTER previousFilter = nullptr;
+
 LONG WINAPI ReportUnhandledException(EXCEPTION_POINTERS* /*info*/) {
     OutputDebugStringW(L"Unhandled Excpetion Has Occurred in DeviceControl Service!");
     return EXCEPTION_EXECUTE_HANDLER;
@@ -35,15 +38,18 @@ void AddLogSinks() {
 
 }  // namespace
 
-BOOL WINAPI DllMain(HINSTANCE /*instance*/, DWORD reason, LPVOID /*reserved*/) {
+BOOL WINAPI DllMain(HINSTANCE /*instance*/, DWORD reason, LPVOID reserved) {
     if (reason == DLL_PROCESS_ATTACH) {
-        SetUnhandledExceptionFilter(ReportUnhandledException);
+        previousFilter = SetUnhandledExceptionFilter(ReportUnhandledException);
         Qv::platform::Install(std::make_shared<Qv::platform::windows::WinPlatform>());
         AddLogSinks();
         if (Qv::Bridge::Security::TrustMaterial::kIncludesTestKey) {
             Qv::Bridge::Logging::LogManager::GetLogger()->LogWarning(
                 L"DeviceControlService - test build: the trusted-key tables include the build-time test signing key");
         }
+    } else if (reason == DLL_PROCESS_DETACH && reserved == nullptr) {
+        // Unloaded by FreeLibrary: no filter may point into code that is going away.
+        SetUnhandledExceptionFilter(previousFilter);
     }
     return TRUE;
 }

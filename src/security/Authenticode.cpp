@@ -176,7 +176,7 @@ QVAuthenticodeHelper::QVAuthenticodeHelper(platform::Platform& platform) : platf
 bool QVAuthenticodeHelper::IsPathAllowed(const wchar_t* path) {
     if (path == nullptr) return false;
     auto* logger = LogManager::GetLogger();
-    static const wchar_t* const kWhere = L"Qv::Bridge::Security::QVAuthenticodeHelper::IsPathAllowed";
+    static const char* const kWhere = "Qv::Bridge::Security::QVAuthenticodeHelper::IsPathAllowed";
     // Canonical first, so that "%windir%\..\Users\x" cannot pass as a path under %windir%.
     const std::wstring full =
         Server::Services::DeviceControl::UserPaths(platform_).GeneralForm(path);
@@ -185,30 +185,37 @@ bool QVAuthenticodeHelper::IsPathAllowed(const wchar_t* path) {
     for (const std::wstring& prefix : AllowedFolderPrefixes()) {
         const std::wstring expanded = platform_.Files().ExpandEnvironment(prefix);
         if (BeginsWithFolded(full, expanded)) return true;
-        logger->LogInfo(L"%s - BeginsWith() failed [%s] [%s]", kWhere, full.c_str(), expanded.c_str());
+        logger->LogInfo(L"%S - BeginsWith() failed [%s] [%s]", kWhere, full.c_str(), expanded.c_str());
     }
 
     static const wchar_t* const kWindowsApps = L":\\WindowsApps\\";
     const size_t found = full.find(kWindowsApps);
     if (found == std::wstring::npos) {
-        logger->LogInfo(L"%s - Didn't find substring [%s] in [%s]", kWhere, kWindowsApps, full.c_str());
+        logger->LogInfo(L"%S - Didn't find substring [%s] in [%s]", kWhere, kWindowsApps, full.c_str());
         return false;
     }
     const std::wstring folder = full.substr(0, found + std::wstring(kWindowsApps).size() - 1);
     bool allowed = false;
     for (int attempt = 1; attempt <= kFolderCheckAttempts; ++attempt) {
-        allowed = CheckForFullConrolByTrustedInstallAndSystem(folder);
+        uint32_t error = 0;
+        allowed = CheckFolder(folder, error);
         if (allowed) break;
         logger->LogWarning(L"Security - GetNamedSecurityInfo - Failed %d of %d times. Error Code = %d", attempt,
-                           kFolderCheckAttempts, static_cast<int>(platform_.Files().ReadFolderAccess(folder).error));
+                           kFolderCheckAttempts, static_cast<int>(error));
         if (attempt < kFolderCheckAttempts) platform_.Clock().Sleep(kFolderCheckWaitMs);
     }
     return allowed;
 }
 
 bool QVAuthenticodeHelper::CheckForFullConrolByTrustedInstallAndSystem(const std::wstring& folder) {
+    uint32_t error = 0;
+    return CheckFolder(folder, error);
+}
+
+bool QVAuthenticodeHelper::CheckFolder(const std::wstring& folder, uint32_t& error) {
     try {
         const platform::FolderAccess access = platform_.Files().ReadFolderAccess(folder);
+        error = access.error;
         if (!access.read || !access.hasDacl) return false;
         bool trustedInstaller = false;
         bool system = false;

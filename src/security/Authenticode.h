@@ -92,6 +92,9 @@ public:
     bool CheckForFullConrolByTrustedInstallAndSystem(const std::wstring& folder);
 
 private:
+    // The check, with the system's error when the security information could not be read.
+    bool CheckFolder(const std::wstring& folder, uint32_t& error);
+
     platform::Platform& platform_;
 };
 

@@ -231,7 +231,11 @@ int Run(const std::vector<std::wstring>& args) {
 
     std::FILE* input = stdin;
     if (words.size() == 2 && words[1] != L"-") {
+#if defined(_WIN32)
+        input = _wfopen(words[1].c_str(), L"rb");
+#else
         input = std::fopen(Core::Narrow(words[1]).c_str(), "rb");
+#endif
         if (input == nullptr) {
             PrintLine(stderr, "devicectl: cannot open " + Core::Narrow(words[1]));
             return kExitUsage;

@@ -151,28 +151,48 @@ bool WinUserSession::RunAndCapture(void* token, const std::wstring& applicationP
     // Only the write end goes to the child.
     SetHandleInformation(readEnd.get(), HANDLE_FLAG_INHERIT, 0);
 
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    startup.dwFlags = STARTF_USESTDHANDLES | STARTF_USESHOWWINDOW;
-    startup.wShowWindow = SW_HIDE;
-    startup.hStdOutput = writeEnd.get();
-    startup.hStdError = writeEnd.get();
+    // The child inherits the pipe's write end and nothing else: with a plain "inherit handles",
+    // a second capture running at the same time could hand its pipe to this child too and wait
+    // for an end of output that comes only when this child ends.
+    HANDLE inherited = writeEnd.get();
+    SIZE_T attributeSize = 0;
+    InitializeProcThreadAttributeList(nullptr, 1, 0, &attributeSize);
+    std::vector<BYTE> attributeBuffer(attributeSize);
+    auto* attributes = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(attributeBuffer.data());
+    if (!InitializeProcThreadAttributeList(attributes, 1, 0, &attributeSize) ||
+        !UpdateProcThreadAttribute(attributes, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, &inherited, sizeof(inherited),
+                                   nullptr, nullptr)) {
+        LogApiError("RunAndCapture", L"UpdateProcThreadAttribute");
+        return false;
+    }
+    scope_exit deleteAttributes([&] { DeleteProcThreadAttributeList(attributes); });
+
+    STARTUPINFOEXW startup{};
+    startup.StartupInfo.cb = sizeof(startup);
+    startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES | STARTF_USESHOWWINDOW;
+    startup.StartupInfo.wShowWindow = SW_HIDE;
+    startup.StartupInfo.hStdOutput = writeEnd.get();
+    startup.StartupInfo.hStdError = writeEnd.get();
+    startup.lpAttributeList = attributes;
     PROCESS_INFORMATION process{};
     std::wstring mutableLine = commandLine;
     if (!CreateProcessAsUserW(linkedToken.get(), applicationPath.empty() ? nullptr : applicationPath.c_str(),
-                              mutableLine.data(), nullptr, nullptr, TRUE, CREATE_UNICODE_ENVIRONMENT, environment,
-                              nullptr, &startup, &process)) {
+                              mutableLine.data(), nullptr, nullptr, TRUE,
+                              CREATE_UNICODE_ENVIRONMENT | EXTENDED_STARTUPINFO_PRESENT, environment, nullptr,
+                              &startup.StartupInfo, &process)) {
         LogApiError("RunAndCapture", L"CreateProcessAsUserW");
         return false;
     }
     unique_handle processHandle(process.hProcess);
     unique_handle threadHandle(process.hThread);
 
-    WaitForSingleObject(processHandle.get(), INFINITE);
+    // Read to the end first, then wait: a child that writes more than the pipe holds would
+    // otherwise block on its write while we block on its exit.
     writeEnd.reset();
     char chunk[512];
     DWORD read = 0;
     while (ReadFile(readEnd.get(), chunk, sizeof(chunk), &read, nullptr) && read > 0) output.append(chunk, read);
+    WaitForSingleObject(processHandle.get(), INFINITE);
     return true;
 }
 
