@@ -80,8 +80,10 @@ std::optional<unsigned int> ResolveCommand(const std::wstring& word, const std::
     if (matches.empty()) {
         error = "unknown command '" + Core::Narrow(word) + "' (see: devicectl commands)";
     } else {
-        error = "'" + Core::Narrow(word) + "' is ambiguous:";
-        for (const QVCommandInfo* row : matches) error += std::string(" ") + row->name;
+        error = "'";
+        error += Core::Narrow(word);
+        error += "' is ambiguous:";
+        for (const QVCommandInfo* row : matches) (error += ' ') += row->name;
     }
     return std::nullopt;
 }
