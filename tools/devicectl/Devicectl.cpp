@@ -80,10 +80,8 @@ std::optional<unsigned int> ResolveCommand(const std::wstring& word, const std::
     if (matches.empty()) {
         error = "unknown command '" + Core::Narrow(word) + "' (see: devicectl commands)";
     } else {
-        error = "'";
-        error += Core::Narrow(word);
-        error += "' is ambiguous:";
-        for (const QVCommandInfo* row : matches) (error += ' ') += row->name;
+        error = "'" + Core::Narrow(word) + "' is ambiguous:";
+        for (const QVCommandInfo* row : matches) error += std::string(" ") + row->name;
     }
     return std::nullopt;
 }
