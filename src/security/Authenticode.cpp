@@ -235,8 +235,9 @@ bool QVAuthenticodeHelper::CheckFolder(const std::wstring& folder, uint32_t& err
 
 QVAuthenticodeFacade::QVAuthenticodeFacade() : QVAuthenticodeFacade(platform::Current(), TrustTables::Builtin()) {}
 
-QVAuthenticodeFacade::QVAuthenticodeFacade(platform::Platform& platform, const TrustTables& tables)
-    : platform_(platform), tables_(tables), helper_(platform) {}
+QVAuthenticodeFacade::QVAuthenticodeFacade(platform::Platform& platform, const TrustTables& tables,
+                                           const std::map<std::wstring, LaunchRule>& launchRules)
+    : platform_(platform), tables_(tables), launchRules_(launchRules), helper_(platform) {}
 
 SignerList QVAuthenticodeFacade::GetSigners(const std::wstring& path, bool useCatalog) {
     SignerList signers;
@@ -341,7 +342,7 @@ bool QVAuthenticodeFacade::IsLaunchAllowed(const wchar_t* programPath, int optio
     }
 
     const LaunchRule* rule = nullptr;
-    for (const auto& [key, candidate] : LaunchRules()) {
+    for (const auto& [key, candidate] : launchRules_) {
         if (EqualsFolded(platform_.Files().ExpandEnvironment(key), program)) {
             rule = &candidate;
             break;

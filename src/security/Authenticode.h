@@ -118,8 +118,9 @@ class QV_API QVAuthenticodeFacade : public QVAuthenticodeFacadeBase {
 public:
     // The installed platform and the built-in tables.
     QVAuthenticodeFacade();
-    // For tests: a platform and tables of their own.
-    QVAuthenticodeFacade(platform::Platform& platform, const TrustTables& tables);
+    // For tests: a platform, tables and launch rules of their own.
+    QVAuthenticodeFacade(platform::Platform& platform, const TrustTables& tables,
+                         const std::map<std::wstring, LaunchRule>& launchRules = LaunchRules());
     virtual ~QVAuthenticodeFacade() = default;
 
     bool IsTrustedSignedFile(const wchar_t* path) override;
@@ -140,6 +141,7 @@ public:
 private:
     platform::Platform& platform_;
     const TrustTables& tables_;
+    const std::map<std::wstring, LaunchRule>& launchRules_;
     QVAuthenticodeHelper helper_;
 };
 

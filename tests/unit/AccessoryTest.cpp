@@ -6,6 +6,7 @@
 #include "helpers/ToolRunner.h"
 #include "security/Authenticode.h"
 #include "security/TrustMaterial.h"
+#include "service/UserPaths.h"
 #include "service/UserSession.h"
 
 namespace Qv::Tests {
@@ -145,6 +146,16 @@ TEST_F(AccessoryTest, UserSessionKindsAndPaths) {
         device.SetUserEnvironment(L"USERPROFILE", profile);
         EXPECT_FALSE(user.IsRealUserSession()) << profile;
     }
+    UserPaths paths(device);
+    EXPECT_EQ(paths.GeneralForm(L"%windir%\\..\\Users\\x.dll"), L"C:\\Users\\x.dll");
+    EXPECT_TRUE(log->Contains(L"ExpandEnvironmentStrings: [%windir%\\..\\Users\\x.dll] [C:\\Windows\\..\\Users\\x.dll]"));
+    EXPECT_TRUE(log->Contains(L"GetFullPathName: [C:\\Users\\x.dll]"));
+    EXPECT_EQ(paths.GeneralForm(L"%ProgramData%\\x", reinterpret_cast<platform::UserToken>(0x44)), L"C:\\ProgramData\\x");
+    EXPECT_EQ(paths.GeneralForm(nullptr), L"");
+    EXPECT_EQ(log->Count(LogLevel::Warning, L"filePath cannot be null"), 1u);
+    EXPECT_EQ(paths.GeneralForm(L""), L"");
+    EXPECT_TRUE(log->Contains(L"UserPaths.GeneralForm failed on function GetFullPathNameW with result 123"));
+
     EXPECT_TRUE(user.StartPackagedApplication(L"5E0C2A91.LumenCenter_k4m2x9trq7bw3", L"LumenCenter.exe"));
     EXPECT_EQ(device.StartedPackages().size(), 1u);
 }

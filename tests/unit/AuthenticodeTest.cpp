@@ -221,6 +221,18 @@ TEST_F(LaunchTest, LibraryArgumentsMustBeTrustedFiles) {
     EXPECT_FALSE(facade.IsLaunchAllowed(L"%windir%\\System32\\rundll32.exe", 0, L"C:\\unsigned.dll,Entry", token));
 }
 
+TEST_F(LaunchTest, OptionAndCallerListFollowTheRule) {
+    std::map<std::wstring, LaunchRule> rules;
+    rules[L"%windir%\\System32\\sfc.exe"] = {{}, 0, nullptr};  // any caller, no launch option
+    QVAuthenticodeFacade strict(device, tables, rules);
+    Caller(L"");  // even an unpackaged caller: the rule names none
+    EXPECT_TRUE(strict.IsLaunchAllowed(L"%windir%\\System32\\sfc.exe", 0, L"", token));
+    EXPECT_FALSE(strict.IsLaunchAllowed(L"%windir%\\System32\\sfc.exe", 1, L"", token));
+    EXPECT_FALSE(strict.IsLaunchAllowed(L"%windir%\\System32\\regsvr32.exe", 0, L"", token));  // no rule
+    // Without a token the service's own environment expands the path.
+    EXPECT_TRUE(strict.IsLaunchAllowed(L"%SystemRoot%\\System32\\sfc.exe", 0, L"", nullptr));
+}
+
 TEST(RpcSecurityHelperTest, CallerPackageOrAnEmptyNameAndNeverLeftImpersonating) {
     Bridge::Logging::ScopedLogCapture log;
     Sim::SimDevice device;
