@@ -11,21 +11,21 @@ namespace {
 
 enum class Length { None, Short, Char, Long, LongLong, Size };
 
-struct Spec {
+struct ConversionFlags {
     bool left = false, zero = false, plus = false, space = false, alt = false;
     int width = 0;
     int precision = -1;
     Length length = Length::None;
 };
 
-void Pad(std::wstring& out, const std::wstring& body, const Spec& spec, size_t signLen = 0) {
-    const size_t width = spec.width > 0 ? static_cast<size_t>(spec.width) : 0;
+void Pad(std::wstring& out, const std::wstring& body, const ConversionFlags& flags, size_t signLen = 0) {
+    const size_t width = flags.width > 0 ? static_cast<size_t>(flags.width) : 0;
     if (body.size() >= width) {
         out += body;
-    } else if (spec.left) {
+    } else if (flags.left) {
         out += body;
         out.append(width - body.size(), L' ');
-    } else if (spec.zero) {
+    } else if (flags.zero) {
         // Zeros go between the sign (or 0x prefix) and the digits.
         out.append(body, 0, signLen);
         out.append(width - body.size(), L'0');
@@ -46,13 +46,13 @@ std::wstring Digits(unsigned long long value, unsigned base, bool upper) {
     return digits;
 }
 
-void FormatInteger(std::wstring& out, Spec spec, wchar_t conv, va_list& args) {
+void FormatInteger(std::wstring& out, ConversionFlags flags, wchar_t conv, va_list& args) {
     const bool isSigned = conv == L'd' || conv == L'i';
     unsigned long long magnitude = 0;
     bool negative = false;
     if (isSigned) {
         long long v = 0;
-        switch (spec.length) {
+        switch (flags.length) {
             case Length::Long: v = va_arg(args, long); break;
             case Length::LongLong: v = va_arg(args, long long); break;
             case Length::Size: v = static_cast<long long>(va_arg(args, size_t)); break;
@@ -63,7 +63,7 @@ void FormatInteger(std::wstring& out, Spec spec, wchar_t conv, va_list& args) {
         negative = v < 0;
         magnitude = negative ? 0ULL - static_cast<unsigned long long>(v) : static_cast<unsigned long long>(v);
     } else {
-        switch (spec.length) {
+        switch (flags.length) {
             case Length::Long: magnitude = va_arg(args, unsigned long); break;
             case Length::LongLong: magnitude = va_arg(args, unsigned long long); break;
             case Length::Size: magnitude = va_arg(args, size_t); break;
@@ -74,33 +74,33 @@ void FormatInteger(std::wstring& out, Spec spec, wchar_t conv, va_list& args) {
     }
     const unsigned base = (conv == L'x' || conv == L'X') ? 16 : conv == L'o' ? 8 : 10;
     std::wstring digits = Digits(magnitude, base, conv == L'X');
-    if (spec.precision >= 0) {
-        spec.zero = false;
-        if (spec.precision == 0 && magnitude == 0) digits.clear();
-        if (digits.size() < static_cast<size_t>(spec.precision)) digits.insert(0, spec.precision - digits.size(), L'0');
+    if (flags.precision >= 0) {
+        flags.zero = false;
+        if (flags.precision == 0 && magnitude == 0) digits.clear();
+        if (digits.size() < static_cast<size_t>(flags.precision)) digits.insert(0, flags.precision - digits.size(), L'0');
     }
     std::wstring prefix;
     if (negative) prefix = L"-";
-    else if (isSigned && spec.plus) prefix = L"+";
-    else if (isSigned && spec.space) prefix = L" ";
-    if (spec.alt && magnitude != 0 && base == 16) prefix += conv == L'X' ? L"0X" : L"0x";
-    if (spec.alt && base == 8 && (digits.empty() || digits[0] != L'0')) digits.insert(0, 1, L'0');
-    Pad(out, prefix + digits, spec, prefix.size());
+    else if (isSigned && flags.plus) prefix = L"+";
+    else if (isSigned && flags.space) prefix = L" ";
+    if (flags.alt && magnitude != 0 && base == 16) prefix += conv == L'X' ? L"0X" : L"0x";
+    if (flags.alt && base == 8 && (digits.empty() || digits[0] != L'0')) digits.insert(0, 1, L'0');
+    Pad(out, prefix + digits, flags, prefix.size());
 }
 
-void FormatString(std::wstring& out, Spec spec, bool wide, va_list& args) {
+void FormatString(std::wstring& out, ConversionFlags flags, bool wide, va_list& args) {
     std::wstring text;
     if (wide) {
         const wchar_t* s = va_arg(args, const wchar_t*);
         if (s == nullptr) text = L"(null)";
-        else text = spec.precision >= 0 ? std::wstring(s, wcsnlen(s, spec.precision)) : std::wstring(s);
+        else text = flags.precision >= 0 ? std::wstring(s, wcsnlen(s, flags.precision)) : std::wstring(s);
     } else {
         const char* s = va_arg(args, const char*);
         if (s == nullptr) text = L"(null)";
-        else text = Widen(spec.precision >= 0 ? std::string(s, strnlen(s, spec.precision)) : std::string(s));
+        else text = Widen(flags.precision >= 0 ? std::string(s, strnlen(s, flags.precision)) : std::string(s));
     }
-    spec.zero = false;
-    Pad(out, text, spec);
+    flags.zero = false;
+    Pad(out, text, flags);
 }
 
 }  // namespace
@@ -120,30 +120,30 @@ std::wstring FormatWideV(const wchar_t* format, va_list argsIn) {
             out += L'%';
             continue;
         }
-        Spec spec;
+        ConversionFlags flags;
         for (;; ++p) {
-            if (*p == L'-') spec.left = true;
-            else if (*p == L'0') spec.zero = true;
-            else if (*p == L'+') spec.plus = true;
-            else if (*p == L' ') spec.space = true;
-            else if (*p == L'#') spec.alt = true;
+            if (*p == L'-') flags.left = true;
+            else if (*p == L'0') flags.zero = true;
+            else if (*p == L'+') flags.plus = true;
+            else if (*p == L' ') flags.space = true;
+            else if (*p == L'#') flags.alt = true;
             else break;
         }
         if (*p == L'*') {
-            spec.width = va_arg(args, int);
-            if (spec.width < 0) spec.left = true, spec.width = -spec.width;
+            flags.width = va_arg(args, int);
+            if (flags.width < 0) flags.left = true, flags.width = -flags.width;
             ++p;
         } else {
-            while (*p >= L'0' && *p <= L'9') spec.width = spec.width * 10 + (*p++ - L'0');
+            while (*p >= L'0' && *p <= L'9') flags.width = flags.width * 10 + (*p++ - L'0');
         }
         if (*p == L'.') {
             ++p;
-            spec.precision = 0;
+            flags.precision = 0;
             if (*p == L'*') {
-                spec.precision = va_arg(args, int);
+                flags.precision = va_arg(args, int);
                 ++p;
             } else {
-                while (*p >= L'0' && *p <= L'9') spec.precision = spec.precision * 10 + (*p++ - L'0');
+                while (*p >= L'0' && *p <= L'9') flags.precision = flags.precision * 10 + (*p++ - L'0');
             }
         }
         // Length: 'h' and 'l' also select narrow or wide strings and characters.
@@ -151,40 +151,40 @@ std::wstring FormatWideV(const wchar_t* format, va_list argsIn) {
         for (;; ++p) {
             if (*p == L'h') ++h;
             else if (*p == L'l') ++l;
-            else if (*p == L'z') spec.length = Length::Size;
-            else if (*p == L'I' && p[1] == L'6' && p[2] == L'4') spec.length = Length::LongLong, p += 2;
+            else if (*p == L'z') flags.length = Length::Size;
+            else if (*p == L'I' && p[1] == L'6' && p[2] == L'4') flags.length = Length::LongLong, p += 2;
             else if (*p == L'w') l = 1;
             else break;
         }
-        if (l >= 2) spec.length = Length::LongLong;
-        else if (l == 1) spec.length = Length::Long;
-        else if (h >= 2) spec.length = Length::Char;
-        else if (h == 1) spec.length = Length::Short;
+        if (l >= 2) flags.length = Length::LongLong;
+        else if (l == 1) flags.length = Length::Long;
+        else if (h >= 2) flags.length = Length::Char;
+        else if (h == 1) flags.length = Length::Short;
 
         switch (*p) {
             case L'd': case L'i': case L'u': case L'x': case L'X': case L'o':
-                FormatInteger(out, spec, *p, args);
+                FormatInteger(out, flags, *p, args);
                 break;
             case L's':
-                FormatString(out, spec, h == 0, args);
+                FormatString(out, flags, h == 0, args);
                 break;
             case L'S':
-                FormatString(out, spec, l > 0, args);
+                FormatString(out, flags, l > 0, args);
                 break;
             case L'c':
             case L'C': {
                 const int c = va_arg(args, int);
                 const bool wide = (*p == L'c') ? h == 0 : l > 0;
                 std::wstring body(1, wide ? static_cast<wchar_t>(c) : static_cast<wchar_t>(static_cast<unsigned char>(c)));
-                spec.zero = false;
-                Pad(out, body, spec);
+                flags.zero = false;
+                Pad(out, body, flags);
                 break;
             }
             case L'p': {
                 const void* ptr = va_arg(args, const void*);
                 std::wstring digits = Digits(reinterpret_cast<uintptr_t>(ptr), 16, true);
                 digits.insert(0, sizeof(void*) * 2 - digits.size(), L'0');
-                Pad(out, digits, spec);
+                Pad(out, digits, flags);
                 break;
             }
             default:
