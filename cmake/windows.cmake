@@ -76,6 +76,13 @@ target_link_options(windows_tests PRIVATE ${QV_STATIC_LINK})
 add_dependencies(windows_tests DeviceControlService devicectl)
 add_test(NAME windows_tests COMMAND windows_tests)
 
+# A host written in C drives the installed DLL through the Visual C++ slot layout.
+add_executable(c_host tests/windows/CHost.c)
+target_include_directories(c_host PRIVATE ${CMAKE_SOURCE_DIR}/include)
+target_link_options(c_host PRIVATE ${QV_STATIC_LINK})
+add_dependencies(c_host DeviceControlService)
+add_test(NAME c_host COMMAND c_host)
+
 # The exported security classes, imported from the DLL.
 add_executable(windows_security_tests tests/windows/TrustTest.cpp $<TARGET_OBJECTS:qv_core>)
 target_include_directories(windows_security_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)

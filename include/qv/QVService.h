@@ -1,5 +1,7 @@
 #pragma once
-// The interface through which the service host drives the module.
+// The service interface as the module's own C++ code sees it. The host reaches the module
+// through the Visual C++ layout of qv/QVServiceAbi.h, which src/abi adapts to this class; the
+// native build and the unit tests use this class directly.
 //
 // The virtual slots are, in order: destructor, StartSession, EndSession, ExecuteCommand,
 // ReleaseOutput, startup_task, ReservedHook6, ReservedHook7, oobe_event_task,
@@ -8,7 +10,6 @@
 #include <cstdlib>
 #include <functional>
 
-#include "qv/export.h"
 
 namespace Qv::Bridge::Security {
 // The host's per-request security configuration; passed through, never read by this module.
@@ -40,18 +41,3 @@ public:
 };
 
 }  // namespace Qv::Bridge::Server::Services
-
-// One row of the command table as devicectl lists it.
-struct QVCommandInfo {
-    unsigned int number;
-    const char* name;  // "<Area>.<Operation>"
-    const char* form;  // "inline", "delegated" or "filled"
-    int live;          // 1 when this build carries the handler
-};
-
-extern "C" {
-// The module's factory: a fresh service on every call; the host deletes it through slot 0.
-QV_API Qv::Bridge::Server::Services::QVService* QVCreateService();
-// Development aid for devicectl: the command table of this build.
-QV_API const QVCommandInfo* QVDescribeCommands(unsigned int* count);
-}

@@ -110,23 +110,5 @@ TEST_F(SessionTest, SimpleSlotsBehaveAsTheBase) {
     EXPECT_TRUE(log->Records().empty());
 }
 
-TEST(FactoryTest, EachCallLogsAndReturnsAFreshService) {
-    platform::Install(std::make_shared<Sim::SimDevice>());
-    Bridge::Logging::ScopedLogCapture log;
-    auto* first = QVCreateService();
-    auto* second = QVCreateService();
-    EXPECT_NE(first, second);
-    EXPECT_EQ(log->Count(LogLevel::Info, L"DeviceControlService::() - Checking if service needs to be loaded."), 2u);
-    EXPECT_EQ(Bridge::Logging::LogManager::Provider(), L"Qv-Bridge-SystemInformation");
-    delete first;
-    delete second;
-
-    unsigned int count = 0;
-    const QVCommandInfo* rows = QVDescribeCommands(&count);
-    ASSERT_EQ(count, 56u);
-    EXPECT_EQ(rows[0].number, 1u);
-    EXPECT_STREQ(rows[count - 1].name, "System.SetSystemMode");
-}
-
 }  // namespace
 }  // namespace Qv::Tests

@@ -1,5 +1,5 @@
 #pragma once
-// Loads the real DeviceControlService.dll beside the test program, as the host does.
+// Loads the real DeviceControlService.dll, as the host does.
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -8,12 +8,12 @@
 #include <sstream>
 #include <string>
 
+#include "abi/HostView.h"
 #include "platform/windows/raii.h"
-#include "qv/QVService.h"
+#include "qv/QVServiceAbi.h"
 
 namespace Qv::WindowsTests {
 
-using Qv::Bridge::Server::Services::QVService;
 
 // The DLL's trace is mirrored into this file (the module reads the variable when attached).
 // A test program that imports the DLL has it attached before main, so ctest sets the variable.
@@ -32,7 +32,8 @@ public:
     }
 
     HMODULE Module() const { return module_; }
-    QVService* Create() const { return create_ != nullptr ? create_() : nullptr; }
+    // A fresh service, reached through its Visual C++ slot table.
+    QVServiceObject* Create() const { return create_ != nullptr ? create_() : nullptr; }
 
     std::string LogText() const {
         std::ifstream file(LogFilePath().c_str(), std::ios::binary);
@@ -49,11 +50,11 @@ private:
         }
         module_ = LoadLibraryW(L"DeviceControlService.dll");
         if (module_ != nullptr)
-            create_ = platform::windows::proc_address<QVService* (*)()>(module_, "QVCreateService");
+            create_ = platform::windows::proc_address<QVServiceObject* (*)()>(module_, "QVCreateService");
     }
 
     HMODULE module_ = nullptr;
-    QVService* (*create_)() = nullptr;
+    QVServiceObject* (*create_)() = nullptr;
 };
 
 }  // namespace Qv::WindowsTests

@@ -1,4 +1,5 @@
 // The real DLL driven through its exported factory and interface.
+#include <memory>
 #include <regex>
 #include <set>
 #include <string>
@@ -16,22 +17,20 @@ class ServiceDllTest : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_NE(ServiceDll::Get().Module(), nullptr) << "LoadLibraryW failed: " << GetLastError();
-        service = ServiceDll::Get().Create();
-        ASSERT_NE(service, nullptr);
+        service = std::make_unique<Abi::HostService>(ServiceDll::Get().Create());
+        ASSERT_TRUE(*service);
     }
-    void TearDown() override { delete service; }
 
     int Call(unsigned number, std::wstring input, wchar_t** output, void* session = nullptr) {
-        return service->ExecuteCommand(session, number, input.data(), output, [](wchar_t*) {}, nullptr);
+        return service->ExecuteCommand(session, number, input.data(), output, [](wchar_t*) {});
     }
 
-    QVService* service = nullptr;
+    std::unique_ptr<Abi::HostService> service;
 };
 
 TEST_F(ServiceDllTest, FactoryExportsAndAttachTimeFilter) {
-    QVService* second = ServiceDll::Get().Create();
-    EXPECT_NE(second, service);
-    delete second;
+    Abi::HostService second(ServiceDll::Get().Create());
+    EXPECT_NE(second.Object(), service->Object());
 
     // The module installed its own unhandled-exception filter when it was attached.
     LPTOP_LEVEL_EXCEPTION_FILTER installed = SetUnhandledExceptionFilter(nullptr);
@@ -78,7 +77,7 @@ TEST_F(ServiceDllTest, UnsupportedNumberAndMalformedJsonAreAnswered) {
     EXPECT_EQ(Call(1, L"{", &output), 0x20000003);
     EXPECT_EQ(output, nullptr);
 
-    EXPECT_EQ(service->ExecuteCommand(nullptr, 1, nullptr, nullptr, {}, nullptr), 0x20000002);
+    EXPECT_EQ(service->ExecuteCommand(nullptr, 1, nullptr, nullptr), 0x20000002);
     EXPECT_NE(ServiceDll::Get().LogText().find("NullChecker - outString cannot be null"), std::string::npos);
 }
 
@@ -92,11 +91,9 @@ TEST_F(ServiceDllTest, AnswersAreReleasedInTheModulesHeap) {
         service->ReleaseOutput(output);
     }
     service->ReleaseOutput(nullptr);
-    service->ReservedHook6();
-    service->ReservedHook7();
-    service->ReservedHook10();
-    EXPECT_TRUE(service->oobe_event_task());
-    service->session_change_task(7, nullptr);
+    service->ReservedHooks();
+    EXPECT_TRUE(service->OobeEventTask());
+    service->SessionChangeTask(7, nullptr);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/status.h"
+#include "abi/HostView.h"
 #include "core/strings.h"
 #include "tools/devicectl/ServiceModule.h"
 
@@ -94,34 +95,29 @@ int ListCommands(ServiceModule& module) {
     return kExitOk;
 }
 
-// One service with one session, driven as the host drives it.
+// One service with one session, driven through the slot table as the host drives it.
 class HostSession {
 public:
-    HostSession(ServiceModule& module, std::wstring clientId) : clientId_(std::move(clientId)) {
-        service_ = module.CreateService();
-        if (service_ != nullptr) service_->StartSession(clientId_.data(), &session_);
+    HostSession(ServiceModule& module, std::wstring clientId)
+        : clientId_(std::move(clientId)), service_(module.CreateService()) {
+        if (service_) service_.StartSession(clientId_.data(), &session_);
     }
     ~HostSession() {
-        if (service_ == nullptr) return;
-        service_->EndSession(&session_);
-        delete service_;
+        if (service_) service_.EndSession(&session_);
     }
     HostSession(const HostSession&) = delete;
     HostSession& operator=(const HostSession&) = delete;
 
-    bool Ready() const { return service_ != nullptr; }
+    bool Ready() const { return static_cast<bool>(service_); }
 
     // Prints the answer on stdout and a non-zero status on stderr; returns the status.
     int Execute(unsigned int number, std::wstring json) {
         wchar_t* answer = nullptr;
-        const int status = service_->ExecuteCommand(
-            session_, number, json.data(), &answer,
-            [](wchar_t* message) {
-                if (message != nullptr) PrintLine(stdout, "event: " + Core::Narrow(message));
-            },
-            nullptr);
+        const int status = service_.ExecuteCommand(session_, number, json.data(), &answer, [](wchar_t* message) {
+            if (message != nullptr) PrintLine(stdout, "event: " + Core::Narrow(message));
+        });
         if (answer != nullptr) PrintLine(stdout, Core::Narrow(answer));
-        service_->ReleaseOutput(answer);
+        service_.ReleaseOutput(answer);
         if (status != 0) {
             char line[96];
             std::snprintf(line, sizeof line, "status: 0x%08x %s", static_cast<unsigned>(status),
@@ -133,7 +129,7 @@ public:
 
 private:
     std::wstring clientId_;
-    Qv::Bridge::Server::Services::QVService* service_ = nullptr;
+    Abi::HostService service_;
     void* session_ = nullptr;
 };
 

@@ -13,7 +13,7 @@ namespace {
 
 class LinkedModule : public ServiceModule {
 public:
-    Qv::Bridge::Server::Services::QVService* CreateService() override { return QVCreateService(); }
+    QVServiceObject* CreateService() override { return QVCreateService(); }
     std::vector<QVCommandInfo> Commands() override {
         unsigned int count = 0;
         const QVCommandInfo* rows = QVDescribeCommands(&count);

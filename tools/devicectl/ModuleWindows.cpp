@@ -13,7 +13,7 @@
 namespace Qv::Devicectl {
 namespace {
 
-using CreateServiceFn = Qv::Bridge::Server::Services::QVService* (*)();
+using CreateServiceFn = QVServiceObject* (*)();
 using DescribeCommandsFn = const QVCommandInfo* (*)(unsigned int*);
 
 class DllModule : public ServiceModule {
@@ -22,7 +22,7 @@ public:
         : module_(module), create_(create), describe_(describe) {}
     // The module stays loaded until devicectl exits, as in the host.
 
-    Qv::Bridge::Server::Services::QVService* CreateService() override { return create_(); }
+    QVServiceObject* CreateService() override { return create_(); }
     std::vector<QVCommandInfo> Commands() override {
         if (describe_ == nullptr) return {};
         unsigned int count = 0;

@@ -1,18 +1,19 @@
 #pragma once
 // How devicectl reaches a service module: the real DLL on Windows, the linked core with the
-// simulated device natively.
+// simulated device natively. Either way only through the exported factory and the slot table.
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "qv/QVService.h"
+#include "qv/QVServiceAbi.h"
 
 namespace Qv::Devicectl {
 
 class ServiceModule {
 public:
     virtual ~ServiceModule() = default;
-    virtual Qv::Bridge::Server::Services::QVService* CreateService() = 0;
+    // A fresh service object in the Visual C++ layout; null when the factory gives none.
+    virtual QVServiceObject* CreateService() = 0;
     virtual std::vector<QVCommandInfo> Commands() = 0;
 };
 

@@ -1,0 +1,132 @@
+// The module's exports and the Visual C++-shaped service object the host drives. Each slot
+// adapts the host's call to DeviceControlService; nothing behind this file knows the layout.
+#include <cstdlib>
+#include <exception>
+#include <new>
+#include <vector>
+
+#include "abi/HostCallback.h"
+#include "core/logging.h"
+#include "core/status.h"
+#include "qv/QVServiceAbi.h"
+#include "service/DeviceControlService.h"
+
+namespace Qv::Abi {
+namespace {
+
+using Bridge::Logging::LogManager;
+using Bridge::Server::Services::DeviceControl::CommandTable;
+using Bridge::Server::Services::DeviceControl::DeviceControlService;
+using Bridge::Server::Services::DeviceControl::FormName;
+using Bridge::Server::Services::DeviceControl::kLogProvider;
+
+// The object handed to the host: the slot table first, then our service.
+struct BoundaryService {
+    QVServiceObject object;
+    DeviceControlService* service;
+};
+static_assert(offsetof(BoundaryService, object) == 0, "the host reads the slot table at offset 0");
+
+DeviceControlService& Service(QVServiceObject* self) { return *reinterpret_cast<BoundaryService*>(self)->service; }
+
+// A g++ exception cannot unwind into a Visual C++ host, which would end the process: every slot
+// answers a failure instead and says why.
+template <class Result, class Call>
+Result Guarded(const char* slot, Result failure, Call call) noexcept {
+    try {
+        return call();
+    } catch (const std::exception& error) {
+        LogManager::GetLogger()->LogError(L"%S.%S - Exception raised %S", "QVService", slot, error.what());
+    } catch (...) {
+        LogManager::GetLogger()->LogError(L"%S.%S - Exception raised %S", "QVService", slot, "of unknown type");
+    }
+    return failure;
+}
+
+void* DeletingDestructor(QVServiceObject* self, unsigned int flags) {
+    auto* boundary = reinterpret_cast<BoundaryService*>(self);
+    Guarded("~QVService", 0, [&] {
+        delete boundary->service;
+        return 0;
+    });
+    boundary->service = nullptr;
+    if ((flags & 1u) != 0) std::free(boundary);
+    return self;
+}
+
+int StartSession(QVServiceObject* self, wchar_t* clientId, void** sessionContext) {
+    return Guarded("StartSession", Status::kGeneralFailure,
+                   [&] { return Service(self).StartSession(clientId, sessionContext); });
+}
+
+int EndSession(QVServiceObject* self, void** sessionContext) {
+    return Guarded("EndSession", Status::kGeneralFailure, [&] { return Service(self).EndSession(sessionContext); });
+}
+
+int ExecuteCommand(QVServiceObject* self, void* sessionContext, unsigned int functionId, wchar_t* input,
+                   wchar_t** output, QVHostFunction* callback, QVRequestConfiguration* requestConfiguration) {
+    return Guarded("ExecuteCommand", Status::kGeneralFailure, [&] {
+        // Our copy of the callback ends with this call; the host's argument already has.
+        return Service(self).ExecuteCommand(
+            sessionContext, functionId, input, output, AdoptHostFunction(callback),
+            reinterpret_cast<Bridge::Security::RequestConfiguration*>(requestConfiguration));
+    });
+}
+
+void ReleaseOutput(QVServiceObject* self, wchar_t* text) { Service(self).ReleaseOutput(text); }
+
+void StartupTask(QVServiceObject* self) {
+    Guarded("startup_task", 0, [&] {
+        Service(self).startup_task();
+        return 0;
+    });
+}
+
+void ReservedHook6(QVServiceObject* self) { Service(self).ReservedHook6(); }
+void ReservedHook7(QVServiceObject* self) { Service(self).ReservedHook7(); }
+bool OobeEventTask(QVServiceObject* self) { return Service(self).oobe_event_task(); }
+
+void SessionChangeTask(QVServiceObject* self, unsigned long event, void* data) {
+    Guarded("session_change_task", 0, [&] {
+        Service(self).session_change_task(event, data);
+        return 0;
+    });
+}
+
+void ReservedHook10(QVServiceObject* self) { Service(self).ReservedHook10(); }
+
+constexpr QVServiceSlots kSlots{&DeletingDestructor, &StartSession,  &EndSession,   &ExecuteCommand,
+                                &ReleaseOutput,      &StartupTask,   &ReservedHook6, &ReservedHook7,
+                                &OobeEventTask,      &SessionChangeTask, &ReservedHook10};
+
+}  // namespace
+}  // namespace Qv::Abi
+
+extern "C" QV_API QVServiceObject* QVCreateService() {
+    using namespace Qv::Abi;
+    // Zeroed whole, as the host expects of the factory; DeviceControlService is zeroed too.
+    auto* boundary = static_cast<BoundaryService*>(std::calloc(1, sizeof(BoundaryService)));
+    if (boundary == nullptr) return nullptr;
+    try {
+        boundary->service = new DeviceControlService();
+    } catch (...) {
+        std::free(boundary);
+        return nullptr;
+    }
+    boundary->object.slots = &kSlots;
+    LogManager::SetProvider(kLogProvider);
+    LogManager::GetLogger()->LogInfo(L"DeviceControlService::() - Checking if service needs to be loaded.");
+    return &boundary->object;
+}
+
+extern "C" QV_API const QVCommandInfo* QVDescribeCommands(unsigned int* count) {
+    using namespace Qv::Abi;
+    static const std::vector<QVCommandInfo> rows = [] {
+        std::vector<QVCommandInfo> out;
+        for (const auto& row : CommandTable::Standard().Rows())
+            out.push_back({row.number, row.name, FormName(row.form), row.Live() ? 1 : 0});
+        return out;
+    }();
+    if (count != nullptr) *count = static_cast<unsigned int>(rows.size());
+    return rows.data();
+}

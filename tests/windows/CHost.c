@@ -1,0 +1,204 @@
+/*
+ * A host written in C: it has no C++ ABI of its own, so it sees the module exactly as the
+ * boundary header describes it, as a Visual C++ host would. It loads the installed DLL, drives
+ * every slot in the host's order and counts the function objects it hands over: each one must
+ * be destroyed exactly once, by the module, in the way its storage asks for.
+ */
+#include <windows.h>
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <wchar.h>
+
+#include "qv/QVServiceAbi.h"
+
+static int failures;
+static int checks;
+
+#define CHECK(condition, what)                                  \
+    do {                                                        \
+        ++checks;                                               \
+        if (!(condition)) {                                     \
+            ++failures;                                         \
+            printf("FAIL %s (line %d)\n", what, __LINE__);      \
+        } else {                                                \
+            printf("ok   %s\n", what);                          \
+        }                                                       \
+    } while (0)
+
+/* --- function objects of the Visual C++ layout ---------------------------------------------- */
+
+static struct {
+    int made;      /* constructed by the host or by a Copy/Move the module asked for */
+    int destroyed; /* DeleteThis */
+    int wrongRelease; /* DeleteThis asked to free an in-place callable, or to keep a heap one */
+    int calls;
+} counts;
+
+/* Small enough to live inside the function object's storage. */
+typedef struct Small {
+    QVHostCallable base;
+    int tag;
+} Small;
+
+/* Too big for the storage: on the heap. */
+typedef struct Large {
+    QVHostCallable base;
+    char payload[96];
+} Large;
+
+static QVHostCallable* SmallCopy(const QVHostCallable* self, void* where) {
+    memcpy(where, self, sizeof(Small));
+    ++counts.made;
+    return (QVHostCallable*)where;
+}
+static QVHostCallable* SmallMove(QVHostCallable* self, void* where) { return SmallCopy(self, where); }
+static QVHostCallable* LargeCopy(const QVHostCallable* self, void* where) {
+    Large* copy = (Large*)malloc(sizeof(Large));
+    (void)where;
+    memcpy(copy, self, sizeof(Large));
+    ++counts.made;
+    return &copy->base;
+}
+static QVHostCallable* LargeMove(QVHostCallable* self, void* where) {
+    (void)self;
+    (void)where;
+    ++counts.wrongRelease; /* a heap callable is handed on by pointer, never moved */
+    return NULL;
+}
+static void DoCall(QVHostCallable* self, wchar_t** argument) {
+    (void)self;
+    (void)argument;
+    ++counts.calls;
+}
+static const void* TargetType(const QVHostCallable* self) {
+    (void)self;
+    return NULL;
+}
+static void SmallDelete(QVHostCallable* self, bool deallocate) {
+    (void)self;
+    ++counts.destroyed;
+    if (deallocate) ++counts.wrongRelease;
+}
+static void LargeDelete(QVHostCallable* self, bool deallocate) {
+    ++counts.destroyed;
+    if (deallocate) free(self);
+    else ++counts.wrongRelease;
+}
+static const void* Get(const QVHostCallable* self) { return self + 1; }
+
+static const QVHostCallableSlots kSmallSlots = {SmallCopy, SmallMove, DoCall, TargetType, SmallDelete, Get};
+static const QVHostCallableSlots kLargeSlots = {LargeCopy, LargeMove, DoCall, TargetType, LargeDelete, Get};
+
+static void MakeSmall(QVHostFunction* function) {
+    Small* small = (Small*)function;
+    memset(function, 0, sizeof *function);
+    small->base.slots = &kSmallSlots;
+    small->tag = 7;
+    function->pointers[QV_HOST_FUNCTION_CALLABLE] = &small->base;
+    ++counts.made;
+}
+
+static void MakeLarge(QVHostFunction* function) {
+    Large* large = (Large*)calloc(1, sizeof(Large));
+    memset(function, 0, sizeof *function);
+    large->base.slots = &kLargeSlots;
+    function->pointers[QV_HOST_FUNCTION_CALLABLE] = &large->base;
+    ++counts.made;
+}
+
+/* --- the host -------------------------------------------------------------------------------- */
+
+static int Execute(QVServiceObject* service, void* session, unsigned number, const wchar_t* json, wchar_t** output,
+                   int large) {
+    QVHostFunction callback; /* the caller's temporary; the module ends it */
+    wchar_t input[256];
+    wcsncpy(input, json, 255);
+    input[255] = L'\0';
+    if (large) MakeLarge(&callback);
+    else MakeSmall(&callback);
+    return service->slots->ExecuteCommand(service, session, number, input, output, &callback, NULL);
+}
+
+int main(void) {
+    wchar_t path[MAX_PATH];
+    HMODULE module;
+    QVServiceObject* (*create)(void);
+    QVServiceObject* service;
+    void* session = NULL;
+    wchar_t* output = NULL;
+    wchar_t input[] = L"{}";
+    wchar_t client[] = L"c-host";
+    QVHostFunction empty;
+    int i;
+
+    ExpandEnvironmentStringsW(L"%ProgramFiles%\\DeviceControl\\DeviceControlService.dll", path, MAX_PATH);
+    module = LoadLibraryW(path);
+    CHECK(module != NULL, "the installed DLL loads");
+    if (module == NULL) return 1;
+    create = (QVServiceObject * (*)(void))(void*)GetProcAddress(module, "QVCreateService");
+    CHECK(create != NULL, "QVCreateService is exported");
+    if (create == NULL) return 1;
+
+    service = create();
+    CHECK(service != NULL && service->slots != NULL, "the factory gives an object with a slot table");
+    if (service == NULL) return 1;
+
+    CHECK(service->slots->StartSession(service, client, &session) == 0 && session != NULL,
+          "slot 1 starts a session");
+
+    CHECK(Execute(service, session, 14, L"{}", &output, 0) == 0x20000001, "slot 3: unsupported number");
+    CHECK(output != NULL && wcscmp(output, L"{}") == 0, "slot 3: its answer is {}");
+    service->slots->ReleaseOutput(service, output);
+
+    output = (wchar_t*)1;
+    CHECK(Execute(service, session, 91, L"{", &output, 1) == 0x20000003 && output == NULL,
+          "slot 3: malformed JSON, no answer text (heap callback)");
+    CHECK(Execute(service, NULL, 134, L"{\"IValue\":5}", &output, 0) == 0x20000001 && output != NULL,
+          "slot 3: no session for a command that needs none");
+    service->slots->ReleaseOutput(service, output);
+
+    {
+        QVHostFunction callback;
+        MakeSmall(&callback);
+        CHECK(service->slots->ExecuteCommand(service, session, 14, NULL, &output, &callback, NULL) == 0x20000002,
+              "slot 3: null input");
+        MakeLarge(&callback);
+        CHECK(service->slots->ExecuteCommand(service, session, 14, input, NULL, &callback, NULL) == 0x20000002,
+              "slot 3: null output pointer");
+    }
+    memset(&empty, 0, sizeof empty);
+    CHECK(service->slots->ExecuteCommand(service, session, 14, input, &output, &empty, NULL) == 0x20000001,
+          "slot 3: an empty callback is accepted");
+    service->slots->ReleaseOutput(service, output);
+    CHECK(service->slots->ExecuteCommand(service, session, 14, input, &output, NULL, NULL) == 0x20000001,
+          "slot 3: no callback at all is accepted");
+    service->slots->ReleaseOutput(service, output);
+
+    for (i = 0; i < 500; ++i) {
+        output = NULL;
+        Execute(service, session, 134, L"{}", &output, i % 2);
+        service->slots->ReleaseOutput(service, output);
+    }
+    service->slots->ReleaseOutput(service, NULL);
+    CHECK(1, "slot 4 releases 500 answers and a null text");
+
+    service->slots->ReservedHook6(service);
+    service->slots->ReservedHook7(service);
+    service->slots->ReservedHook10(service);
+    CHECK(service->slots->OobeEventTask(service) == true, "slot 8 answers true");
+    CHECK(service->slots->OobeEventTask(service) == true, "slot 8 answers true again");
+    service->slots->SessionChangeTask(service, 7, NULL);
+    CHECK(service->slots->EndSession(service, &session) == 0, "slot 2 ends the session");
+    CHECK(service->slots->DeletingDestructor(service, 1) == (void*)service, "slot 0 with flag 1 answers the object");
+
+    printf("callbacks: %d made, %d destroyed, %d released the wrong way, %d called\n", counts.made, counts.destroyed,
+           counts.wrongRelease, counts.calls);
+    CHECK(counts.made > 500 && counts.made == counts.destroyed, "every callback object was destroyed exactly once");
+    CHECK(counts.wrongRelease == 0, "each was released as its storage asks");
+    CHECK(counts.calls == 0, "no command here sends events");
+
+    printf("%d checks, %d failed\n", checks, failures);
+    return failures == 0 ? 0 : 1;
+}
