@@ -2,7 +2,10 @@
 find_package(GTest REQUIRED)
 enable_testing()
 
-add_library(qv_sim STATIC src/platform/sim/sim_device.cpp)
+# The simulated device: one fake per port, the shared world, the simulated tool's areas.
+file(GLOB QV_SIM_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/sim/*.cpp
+     ${CMAKE_SOURCE_DIR}/src/platform/sim/tool/*.cpp)
+add_library(qv_sim STATIC ${QV_SIM_SOURCES})
 target_link_libraries(qv_sim PUBLIC qv_core)
 
 add_library(qv_native STATIC $<TARGET_OBJECTS:qv_core> $<TARGET_OBJECTS:qv_logic>)
@@ -12,7 +15,7 @@ add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/ModuleNat
 target_link_libraries(devicectl PRIVATE qv_native)
 target_include_directories(devicectl PRIVATE ${CMAKE_SOURCE_DIR})
 
-file(GLOB QV_UNIT_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/unit/*.cpp)
+file(GLOB_RECURSE QV_UNIT_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/unit/*.cpp)
 add_executable(unit_tests ${QV_UNIT_TEST_SOURCES})
 target_link_libraries(unit_tests PRIVATE qv_native GTest::gtest GTest::gmock GTest::gtest_main)
 target_include_directories(unit_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)

@@ -8,15 +8,12 @@ add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WIN
 # Exported symbols of the logic are dllexport'ed when it is compiled for the DLL.
 target_compile_definitions(qv_logic PRIVATE QV_BUILDING_DLL)
 
+file(GLOB QV_WINDOWS_ADAPTERS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/windows/*.cpp)
 add_library(DeviceControlService SHARED
   $<TARGET_OBJECTS:qv_core>
   $<TARGET_OBJECTS:qv_logic>
   src/dll/DllMain.cpp
-  src/platform/windows/WinFiles.cpp
-  src/platform/windows/WinLogSinks.cpp
-  src/platform/windows/WinPlatform.cpp
-  src/platform/windows/WinSecurity.cpp
-  src/platform/windows/WinUserSession.cpp)
+  ${QV_WINDOWS_ADAPTERS})
 set_target_properties(DeviceControlService PROPERTIES PREFIX "" IMPORT_PREFIX "")
 target_compile_definitions(DeviceControlService PRIVATE QV_BUILDING_DLL)
 target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcrypt wintrust crypt32 userenv)

@@ -18,7 +18,6 @@ using Bridge::Logging::LogManager;
 using Bridge::Server::Services::DeviceControl::CommandTable;
 using Bridge::Server::Services::DeviceControl::DeviceControlService;
 using Bridge::Server::Services::DeviceControl::FormName;
-using Bridge::Server::Services::DeviceControl::kLogProvider;
 
 // The object handed to the host: the slot table first, then our service.
 struct BoundaryService {
@@ -114,7 +113,7 @@ extern "C" QV_API QVServiceObject* QVCreateService() {
         return nullptr;
     }
     boundary->object.slots = &kSlots;
-    LogManager::SetProvider(kLogProvider);
+    LogManager::SetProvider(Qv::Bridge::Logging::kLogProvider);
     LogManager::GetLogger()->LogInfo(L"DeviceControlService::() - Checking if service needs to be loaded.");
     return &boundary->object;
 }

@@ -10,6 +10,9 @@
 
 namespace Qv::Bridge::Logging {
 
+// The provider every part of the module logs under.
+constexpr const wchar_t* kLogProvider = L"Qv-Bridge-SystemInformation";
+
 // Values follow the ETW level numbers.
 enum class LogLevel : unsigned char { Error = 2, Warning = 3, Info = 4 };
 

@@ -8,6 +8,7 @@
 #include "core/logging.h"
 #include "core/strings.h"
 #include "platform/platform.h"
+#include "platform/windows/WinLogSinks.h"
 #include "platform/windows/WinPlatform.h"
 #include "security/TrustMaterial.h"
 

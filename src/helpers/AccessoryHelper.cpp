@@ -5,7 +5,6 @@
 #include "core/status.h"
 #include "helpers/ToolRunner.h"
 #include "platform/platform.h"
-#include "service/DeviceControlService.h"
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
 namespace {
@@ -25,7 +24,7 @@ AccessoryHelper* AccessoryHelper::GetInstance() {
 }
 
 AccessoryHelper::AccessoryHelper() {
-    Logging::LogManager::SetProvider(kLogProvider);
+    Logging::LogManager::SetProvider(Logging::kLogProvider);
     logger_ = Logging::LogManager::GetLogger();
 }
 

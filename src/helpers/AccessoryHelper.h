@@ -26,11 +26,13 @@ public:
     bool SetMouseLeftHanded(bool leftHanded);
     bool IsMouseSwapped();
 
+    // The argument check of SetMouseSpeed, shared with the inline command row: "IValue" must be
+    // a 32-bit JSON integer from 1 to 20; what was read is stored in `speed` either way.
+    static bool CheckInputSpeed(Document* request, int& speed);
+
 private:
     AccessoryHelper();
     AccessoryHelper(const AccessoryHelper&) = default;
-
-    bool CheckInputSpeed(Document* request, int& speed);
 
     Logging::TraceLogger* logger_ = nullptr;
 };

@@ -21,12 +21,11 @@ bool ToolRunner::Run(const std::wstring& area, const std::wstring& function, con
 
     // Verify-then-execute on one file: the tool stays open without write, delete or rename
     // sharing from before the signature check until the process has been created.
-    uint32_t error = 0;
-    platform::OwnedHandle pinned = platform_.Files().OpenForExecution(tool, error);
+    auto pinned = platform_.Files().OpenForExecution(tool);
     if (!pinned) {
         Logging::LogManager::GetLogger()->LogError(L"%S.%S - Windows API %s error, GetLastError = %d",
                                                    Core::TypeName<ToolRunner>(), "Run", L"CreateFileW",
-                                                   static_cast<int>(error));
+                                                   pinned.Status());
         return false;
     }
     Security::QVAuthenticodeFacade facade(platform_, Security::TrustTables::Builtin());

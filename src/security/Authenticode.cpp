@@ -197,29 +197,29 @@ bool QVAuthenticodeHelper::IsPathAllowed(const wchar_t* path) {
     const std::wstring folder = full.substr(0, found + std::wstring(kWindowsApps).size() - 1);
     bool allowed = false;
     for (int attempt = 1; attempt <= kFolderCheckAttempts; ++attempt) {
-        uint32_t error = 0;
+        int32_t error = 0;
         allowed = CheckFolder(folder, error);
         if (allowed) break;
         logger->LogWarning(L"Security - GetNamedSecurityInfo - Failed %d of %d times. Error Code = %d", attempt,
-                           kFolderCheckAttempts, static_cast<int>(error));
+                           kFolderCheckAttempts, error);
         if (attempt < kFolderCheckAttempts) platform_.Clock().Sleep(kFolderCheckWaitMs);
     }
     return allowed;
 }
 
 bool QVAuthenticodeHelper::CheckForFullConrolByTrustedInstallAndSystem(const std::wstring& folder) {
-    uint32_t error = 0;
+    int32_t error = 0;
     return CheckFolder(folder, error);
 }
 
-bool QVAuthenticodeHelper::CheckFolder(const std::wstring& folder, uint32_t& error) {
+bool QVAuthenticodeHelper::CheckFolder(const std::wstring& folder, int32_t& error) {
     try {
-        const platform::FolderAccess access = platform_.Files().ReadFolderAccess(folder);
-        error = access.error;
-        if (!access.read || !access.hasDacl) return false;
+        const auto access = platform_.Files().ReadFolderAccess(folder);
+        error = access.Status();
+        if (!access || !access->hasDacl) return false;
         bool trustedInstaller = false;
         bool system = false;
-        for (const platform::AccessEntry& entry : access.entries) {
+        for (const platform::AccessEntry& entry : access->entries) {
             if (entry.type != kAccessAllowedAceType || (entry.mask & kGenericAll) == 0) continue;
             if (entry.domain == L"NT SERVICE" && entry.name == L"TrustedInstaller") trustedInstaller = true;
             if (entry.domain == L"NT AUTHORITY" && entry.name == L"SYSTEM") system = true;
@@ -333,8 +333,7 @@ bool QVAuthenticodeFacade::IsLaunchAllowed(const wchar_t* programPath, int optio
     if (programPath == nullptr) return false;
     std::wstring program;
     if (userToken != nullptr) {
-        uint32_t error = 0;
-        auto expanded = platform_.User().ExpandForUser(userToken, programPath, error);
+        auto expanded = platform_.User().ExpandForUser(userToken, programPath);
         if (!expanded) return false;
         program = *expanded;
     } else {

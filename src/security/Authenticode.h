@@ -93,7 +93,7 @@ public:
 
 private:
     // The check, with the system's error when the security information could not be read.
-    bool CheckFolder(const std::wstring& folder, uint32_t& error);
+    bool CheckFolder(const std::wstring& folder, int32_t& error);
 
     platform::Platform& platform_;
 };

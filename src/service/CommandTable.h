@@ -1,7 +1,10 @@
 #pragma once
 // The numbered commands: one row per number, each naming its helper operation and its form.
+// Each area declares its rows beside its helper (<Area>Commands.cpp); the standard table is
+// their union (StandardTable.cpp).
 #include <functional>
-#include <string>
+#include <initializer_list>
+#include <span>
 #include <vector>
 
 #include "core/json.h"
@@ -25,20 +28,59 @@ struct CommandCall {
     DeviceControlServiceContext* session;
 };
 
+// What an inline row's typed operation gave: a boolean or integer "result", or a failure
+// status with no "result" (an argument check, a value that could not be read).
+class InlineResult {
+public:
+    InlineResult(bool value) : kind_(Kind::Bool), value_(value ? 1 : 0) {}
+    InlineResult(int value) : kind_(Kind::Int), value_(value) {}
+    static InlineResult Failed(int status) { return InlineResult(Kind::None, 0, status); }
+
+    int Status() const { return status_; }
+    // Adds "result" to the answer when there is one.
+    void WriteTo(Json::Document& output) const;
+
+private:
+    enum class Kind { None, Bool, Int };
+    InlineResult(Kind kind, int value, int status) : kind_(kind), value_(value), status_(status) {}
+
+    Kind kind_;
+    int value_;
+    int status_ = 0;
+};
+
 using CommandHandler = int (*)(CommandCall& call);
+using InlineHandler = InlineResult (*)(CommandCall& call);
 
 struct CommandRow {
     unsigned int number;
     const char* name;  // "<Area>.<Operation>"
     CommandForm form;
-    CommandHandler handler;  // null while the helper is not part of this build
+    CommandHandler handler = nullptr;       // delegated and filled rows
+    InlineHandler inlineHandler = nullptr;  // inline rows
 
-    bool Live() const { return handler != nullptr; }
+    static constexpr CommandRow Inline(unsigned int n, const char* name, InlineHandler h) {
+        return {n, name, CommandForm::Inline, nullptr, h};
+    }
+    static constexpr CommandRow Delegated(unsigned int n, const char* name, CommandHandler h) {
+        return {n, name, CommandForm::Delegated, h, nullptr};
+    }
+    static constexpr CommandRow Filled(unsigned int n, const char* name, CommandHandler h) {
+        return {n, name, CommandForm::Filled, h, nullptr};
+    }
+    // A row whose helper is not part of this build: it answers "unsupported function number".
+    static constexpr CommandRow NotBuilt(unsigned int n, const char* name, CommandForm form) {
+        return {n, name, form, nullptr, nullptr};
+    }
+
+    bool Live() const { return handler != nullptr || inlineHandler != nullptr; }
 };
 
 class CommandTable {
 public:
     explicit CommandTable(std::vector<CommandRow> rows);
+    // The union of the areas' rows.
+    explicit CommandTable(std::initializer_list<std::span<const CommandRow>> areas);
 
     // The row for `number`, or null when the number is not in the table.
     const CommandRow* Find(unsigned int number) const;

@@ -20,7 +20,7 @@ DeviceControlService::DeviceControlService() : DeviceControlService(platform::Cu
 
 DeviceControlService::DeviceControlService(platform::Platform& platform, const CommandTable& commands)
     : platform_(platform), commands_(commands), className_(Core::TypeName<DeviceControlService>()) {
-    LogManager::SetProvider(kLogProvider);
+    LogManager::SetProvider(Logging::kLogProvider);
     logger_ = LogManager::GetLogger();
     launchStarted_ = 0;
 }
@@ -55,10 +55,10 @@ int DeviceControlService::StartSession(wchar_t* clientId, void** sessionContext)
     if (sessionContext != nullptr) {
         auto context = std::make_unique<DeviceControlServiceContext>();
         auto& uuids = platform_.Uuids();
-        context->batteryEventNames[0] = L"qvbl_" + uuids.NewUuidString();
-        context->batteryEventNames[1] = L"qvbtc_" + uuids.NewUuidString();
-        context->memoryEventNames[0] = L"qvml_" + uuids.NewUuidString();
-        context->memoryEventNames[1] = L"qvmtc_" + uuids.NewUuidString();
+        context->batteryEventNames[0] = L"qvbl_" + uuids.NewUuidString().ValueOr(L"");
+        context->batteryEventNames[1] = L"qvbtc_" + uuids.NewUuidString().ValueOr(L"");
+        context->memoryEventNames[0] = L"qvml_" + uuids.NewUuidString().ValueOr(L"");
+        context->memoryEventNames[1] = L"qvmtc_" + uuids.NewUuidString().ValueOr(L"");
 
         const size_t length = clientId != nullptr ? wcsnlen(clientId, kMaxClientIdLength) : 0;
         context->clientId = static_cast<wchar_t*>(std::malloc((length + 1) * sizeof(wchar_t)));
@@ -113,8 +113,20 @@ int DeviceControlService::ExecuteCommand(void* sessionContext, unsigned int func
         status = Status::kUnsupportedFunction;
     } else {
         CommandCall call{request, response, callback, static_cast<DeviceControlServiceContext*>(sessionContext)};
-        status = row->handler(call);
-        if (row->form == CommandForm::Filled) status = Status::kSuccess;
+        switch (row->form) {
+            case CommandForm::Inline: {
+                // The one place that frames inline answers: "result" from the typed operation.
+                const InlineResult result = row->inlineHandler(call);
+                result.WriteTo(response);
+                status = result.Status();
+                break;
+            }
+            case CommandForm::Delegated: status = row->handler(call); break;
+            case CommandForm::Filled:
+                row->handler(call);
+                status = Status::kSuccess;
+                break;
+        }
     }
 
     const std::wstring text = Json::Serialize(response);
@@ -167,7 +179,7 @@ bool DeviceControlService::ImpersonateUser() {
     logger_->LogInfo(L"DeviceControlService::ImpersonateUser - Running as SYSTEM, impersonating user");
     platform::OwnedHandle token;
     const bool impersonated =
-        UserSession(platform_).GetUserTokenForCurrentUser(token) && user.ImpersonateLoggedOnUser(token.get());
+        UserSession(platform_).GetUserTokenForCurrentUser(token) && user.Impersonate(token.get()).Ok();
     logger_->LogInfo(impersonated ? L"DeviceControlService::ImpersonateUser ImpersonateLoggedOnUser successful"
                                   : L"DeviceControlService::ImpersonateUser ImpersonateLoggedOnUser failed");
     return impersonated;

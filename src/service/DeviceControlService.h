@@ -23,8 +23,6 @@ constexpr unsigned long kWtsSessionLogon = 5;
 constexpr unsigned long kWtsSessionLock = 7;
 constexpr unsigned long kWtsSessionUnlock = 8;
 
-constexpr const wchar_t* kLogProvider = L"Qv-Bridge-SystemInformation";
-
 class DeviceControlService : public QVService {
 public:
     // Uses the installed platform and the module's own command table.

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <string>
 
-#include "platform/platform.h"
+#include "platform/Handles.h"
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
 

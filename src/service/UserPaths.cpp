@@ -13,11 +13,10 @@ std::wstring UserPaths::GeneralForm(const wchar_t* filePath, platform::UserToken
 
     std::wstring expanded;
     if (token != nullptr) {
-        uint32_t error = 0;
-        auto forUser = platform_.User().ExpandForUser(token, filePath, error);
+        auto forUser = platform_.User().ExpandForUser(token, filePath);
         if (!forUser) {
             logger->LogError(L"%S.%S failed on function %s with result %d", className, "GeneralForm",
-                             L"ExpandEnvironmentStringsForUser", static_cast<int>(error));
+                             L"ExpandEnvironmentStringsForUser", forUser.Status());
             return {};
         }
         expanded = *forUser;
@@ -26,11 +25,10 @@ std::wstring UserPaths::GeneralForm(const wchar_t* filePath, platform::UserToken
     }
     logger->LogInfo(L"ExpandEnvironmentStrings: [%s] [%s]", filePath, expanded.c_str());
 
-    uint32_t error = 0;
-    auto full = platform_.Files().FullPath(expanded, error);
+    auto full = platform_.Files().FullPath(expanded);
     if (!full) {
         logger->LogError(L"%S.%S failed on function %s with result %d", className, "GeneralForm", L"GetFullPathNameW",
-                         static_cast<int>(error));
+                         full.Status());
         return {};
     }
     logger->LogInfo(L"GetFullPathName: [%s]", full->c_str());

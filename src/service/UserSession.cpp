@@ -29,17 +29,17 @@ bool UserSession::GetUserTokenForCurrentUser(platform::OwnedHandle& token) {
             L"the user was not logged in.");
         return false;
     }
-    uint32_t error = 0;
-    platform::OwnedHandle sessionToken = user.QueryUserToken(session, error);
+    auto sessionToken = user.QueryUserToken(session);
     if (!sessionToken) {
-        logger->LogError(L"Problem while querying user's access token. Error code: %d", static_cast<int>(error));
+        logger->LogError(L"Problem while querying user's access token. Error code: %d", sessionToken.Status());
         return false;
     }
-    token = user.DuplicatePrimaryToken(sessionToken.get());
-    if (!token) {
+    auto primary = user.DuplicatePrimaryToken(sessionToken->get());
+    if (!primary) {
         logger->LogError(L"Problem while duplicating the user's access token.");
         return false;
     }
+    token = *primary;
     return true;
 }
 
@@ -48,24 +48,22 @@ std::wstring UserSession::ExpandForUser(const std::wstring& path) {
     platform::OwnedHandle token;
     if (!GetUserTokenForCurrentUser(token)) return {};
     platform::IUserSession& user = platform_.User();
-    if (!user.ImpersonateLoggedOnUser(token.get())) {
+    if (!user.Impersonate(token.get())) {
         logger->LogError(L"Problem while impersonating logged in user.");
         return {};
     }
-    uint32_t error = 0;
-    auto expanded = user.ExpandForUser(token.get(), path, error);
+    auto expanded = user.ExpandForUser(token.get(), path);
     if (!user.RevertImpersonation()) logger->LogError(L"Problem while reverting the impersonation.");
     if (!expanded) {
         logger->LogError(L"Problem while expanding path.");
         return {};
     }
-    auto full = platform_.Files().FullPath(*expanded, error);
-    return full ? *full : std::wstring();
+    return platform_.Files().FullPath(*expanded).ValueOr(L"");
 }
 
 std::wstring UserSession::ResolveModuleFile(const std::wstring& fileName) {
     // The module's path as it fits a MAX_PATH buffer, without its file part.
-    std::wstring folder = platform_.Files().ModulePath().substr(0, 259);
+    std::wstring folder = platform_.Files().ModulePath().ValueOr(L"").substr(0, 259);
     const size_t slash = folder.find_last_of(L"\\/");
     folder = slash == std::wstring::npos ? std::wstring() : folder.substr(0, slash);
     const std::wstring beside = folder + L"\\" + fileName;
@@ -88,9 +86,9 @@ bool UserSession::RunAsUserAndCapture(const std::wstring& applicationPath, const
                                       std::wstring& output) {
     platform::OwnedHandle token;
     if (!GetUserTokenForCurrentUser(token)) return false;
-    std::string captured;
-    if (!platform_.User().RunAndCapture(token.get(), applicationPath, commandLine, captured)) return false;
-    std::wstring text = Core::Widen(captured);
+    auto captured = platform_.Processes().RunAndCapture(token.get(), applicationPath, commandLine);
+    if (!captured) return false;
+    std::wstring text = Core::Widen(*captured);
     if (text.size() > kMaxCapturedChars) text.resize(kMaxCapturedChars);
     const size_t lineEnd = text.find(L"\r\n");
     if (lineEnd != std::wstring::npos) text.resize(lineEnd);
@@ -101,7 +99,7 @@ bool UserSession::RunAsUserAndCapture(const std::wstring& applicationPath, const
 bool UserSession::StartPackagedApplication(const std::wstring& packageFamilyName, const std::wstring& executable) {
     platform::OwnedHandle token;
     if (!GetUserTokenForCurrentUser(token)) return false;
-    return platform_.User().StartPackagedApplication(token.get(), packageFamilyName, executable);
+    return platform_.Processes().StartPackagedApplication(token.get(), packageFamilyName, executable).Ok();
 }
 
 }  // namespace Qv::Bridge::Server::Services::DeviceControl

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/logging.h"
-#include "platform/sim/sim_device.h"
+#include "platform/sim/SimDevice.h"
 #include "service/DeviceControlService.h"
 
 namespace Qv::Tests {

@@ -4,7 +4,7 @@
 #include "core/logging.h"
 #include "core/strings.h"
 #include "platform/platform.h"
-#include "platform/sim/sim_device.h"
+#include "platform/sim/SimDevice.h"
 #include "security/Authenticode.h"
 #include "tools/devicectl/ServiceModule.h"
 

@@ -7,7 +7,7 @@
 #include <mutex>
 #include <vector>
 
-#include "platform/windows/WinPlatform.h"
+#include "platform/windows/WinLogSinks.h"
 #include "platform/windows/raii.h"
 
 namespace Qv::platform::windows {
@@ -28,14 +28,12 @@ bool ProviderGuidFromName(const std::wstring& name, GUID* guid) {
         data.push_back(static_cast<unsigned char>(u & 0xFF));
     }
     unsigned char hash[20] = {};
-    BCRYPT_ALG_HANDLE algorithm = nullptr;
-    if (!BCRYPT_SUCCESS(BCryptOpenAlgorithmProvider(&algorithm, BCRYPT_SHA1_ALGORITHM, nullptr, 0))) return false;
-    scope_exit closeAlgorithm([&] { BCryptCloseAlgorithmProvider(algorithm, 0); });
-    BCRYPT_HASH_HANDLE hashHandle = nullptr;
-    if (!BCRYPT_SUCCESS(BCryptCreateHash(algorithm, &hashHandle, nullptr, 0, nullptr, 0, 0))) return false;
-    scope_exit destroyHash([&] { BCryptDestroyHash(hashHandle); });
-    if (!BCRYPT_SUCCESS(BCryptHashData(hashHandle, data.data(), static_cast<ULONG>(data.size()), 0)) ||
-        !BCRYPT_SUCCESS(BCryptFinishHash(hashHandle, hash, sizeof(hash), 0))) {
+    unique_bcrypt_algorithm algorithm;
+    if (!BCRYPT_SUCCESS(BCryptOpenAlgorithmProvider(algorithm.put(), BCRYPT_SHA1_ALGORITHM, nullptr, 0))) return false;
+    unique_bcrypt_hash hashHandle;
+    if (!BCRYPT_SUCCESS(BCryptCreateHash(algorithm.get(), hashHandle.put(), nullptr, 0, nullptr, 0, 0))) return false;
+    if (!BCRYPT_SUCCESS(BCryptHashData(hashHandle.get(), data.data(), static_cast<ULONG>(data.size()), 0)) ||
+        !BCRYPT_SUCCESS(BCryptFinishHash(hashHandle.get(), hash, sizeof(hash), 0))) {
         return false;
     }
     hash[7] = static_cast<unsigned char>((hash[7] & 0x0F) | 0x50);
@@ -48,10 +46,6 @@ bool ProviderGuidFromName(const std::wstring& name, GUID* guid) {
 
 class EtwLogSink : public ILogSink {
 public:
-    ~EtwLogSink() override {
-        if (handle_ != 0) EventUnregister(handle_);
-    }
-
     void Write(const LogRecord& record) override {
         REGHANDLE handle = HandleFor(record.provider);
         if (handle != 0) EventWriteString(handle, static_cast<UCHAR>(record.level), 0, record.text.c_str());
@@ -62,20 +56,19 @@ private:
     REGHANDLE HandleFor(const std::wstring& provider) {
         std::lock_guard<std::mutex> lock(mutex_);
         if (provider != provider_) {
-            if (handle_ != 0) EventUnregister(handle_);
-            handle_ = 0;
+            handle_.reset();
             provider_ = provider;
             GUID guid{};
             if (!provider.empty() && ProviderGuidFromName(provider, &guid)) {
-                if (EventRegister(&guid, nullptr, nullptr, &handle_) != ERROR_SUCCESS) handle_ = 0;
+                if (EventRegister(&guid, nullptr, nullptr, handle_.put()) != ERROR_SUCCESS) handle_.release();
             }
         }
-        return handle_;
+        return handle_.get();
     }
 
     std::mutex mutex_;
     std::wstring provider_;
-    REGHANDLE handle_ = 0;
+    unique_etw_provider handle_;
 };
 
 class DebugOutputLogSink : public ILogSink {

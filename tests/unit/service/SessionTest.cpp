@@ -2,7 +2,7 @@
 #include <regex>
 #include <set>
 
-#include "ServiceFixture.h"
+#include "unit/ServiceFixture.h"
 #include "core/strings.h"
 #include "platform/platform.h"
 

@@ -1,6 +1,6 @@
 // Mouse commands end to end on the simulated device: dispatcher, argument checks, the tool
 // runner's trust check and command line, the user's session, and the tool's reply.
-#include "ServiceFixture.h"
+#include "unit/ServiceFixture.h"
 #include "core/status.h"
 #include "helpers/AccessoryHelper.h"
 #include "helpers/ToolRunner.h"
@@ -10,10 +10,6 @@
 #include "service/UserSession.h"
 
 namespace Qv::Tests {
-
-std::vector<uint8_t> TrustedTestKey() {
-    return Bridge::Security::ParsePublicKey(Bridge::Security::TrustTables::Builtin().main.back().publicKey);
-}
 
 namespace {
 
@@ -37,13 +33,13 @@ TEST_F(AccessoryTest, MouseRoundTripThroughTheTool) {
     EXPECT_EQ(Call(91).text, L"{\"result\":10}");
     EXPECT_EQ(Call(92, L"{\"IValue\":15}").text, L"{\"result\":true}");
     EXPECT_EQ(Call(91).text, L"{\"result\":15}");
-    EXPECT_EQ(device.Tool().mouseSpeed, 15);
+    EXPECT_EQ(device.Tool().accessory.mouseSpeed, 15);
 
     EXPECT_FALSE(AccessoryHelper::GetInstance()->IsMouseSwapped());
     EXPECT_EQ(Call(93).text, L"{\"result\":true}");
     EXPECT_TRUE(AccessoryHelper::GetInstance()->IsMouseSwapped());
     EXPECT_TRUE(AccessoryHelper::GetInstance()->SetMouseLeftHanded(false));
-    EXPECT_FALSE(device.Tool().buttonsSwapped);
+    EXPECT_FALSE(device.Tool().accessory.buttonsSwapped);
 
     EXPECT_EQ(device.CommandLines(),
               (std::vector<std::wstring>{Line(L"GetMouseSpeed", L""), Line(L"SetMouseSpeed", L"15"),

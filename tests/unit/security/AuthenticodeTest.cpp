@@ -3,7 +3,7 @@
 
 #include "core/command_line.h"
 #include "core/logging.h"
-#include "platform/sim/sim_device.h"
+#include "platform/sim/SimDevice.h"
 #include "security/Authenticode.h"
 #include "security/RpcSecurityHelper.h"
 
@@ -36,7 +36,7 @@ protected:
     }
 
     void TrustedWindowsApps(bool trustedInstaller, bool system) {
-        platform::FolderAccess access{true, 0, true, {}};
+        platform::FolderAccess access{true, {}};
         if (trustedInstaller) access.entries.push_back({0, 0x10000000, L"NT SERVICE", L"TrustedInstaller"});
         if (system) access.entries.push_back({0, 0x10000000, L"NT AUTHORITY", L"SYSTEM"});
         access.entries.push_back({0, 0x10000000, L"BUILTIN", L"Administrators"});
@@ -130,7 +130,7 @@ TEST_F(AuthenticodeTest, WindowsAppsNeedsTrustedInstallerAndSystemWithFullContro
     const wchar_t* path = L"C:\\Program Files\\WindowsApps\\Pkg_1.0\\app.exe";
     // "C:\Program Files\" already allows it; use another drive to reach the WindowsApps rule.
     const wchar_t* other = L"D:\\WindowsApps\\Pkg_1.0\\app.exe";
-    platform::FolderAccess full{true, 0, true,
+    platform::FolderAccess full{true,
                                 {{0, 0x10000000, L"NT SERVICE", L"TrustedInstaller"},
                                  {0, 0x10000000, L"NT AUTHORITY", L"SYSTEM"}}};
     device.SetFolderAccess(L"D:\\WindowsApps", full);
@@ -143,7 +143,7 @@ TEST_F(AuthenticodeTest, WindowsAppsNeedsTrustedInstallerAndSystemWithFullContro
              {{0, 0x1F01FF, L"NT SERVICE", L"TrustedInstaller"}, {0, 0x10000000, L"NT AUTHORITY", L"SYSTEM"}},  // not GENERIC_ALL
              {{1, 0x10000000, L"NT SERVICE", L"TrustedInstaller"}, {0, 0x10000000, L"NT AUTHORITY", L"SYSTEM"}},  // denied ACE
              {{0, 0x10000000, L"NT SERVICE", L"trustedinstaller"}, {0, 0x10000000, L"NT AUTHORITY", L"SYSTEM"}}}) {
-        device.SetFolderAccess(L"D:\\WindowsApps", {true, 0, true, entries});
+        device.SetFolderAccess(L"D:\\WindowsApps", platform::FolderAccess{true, entries});
         EXPECT_FALSE(facade.IsPathAllowed(other));
     }
     // Each refusal is tried five times with four waits of 250 ms.
@@ -151,7 +151,7 @@ TEST_F(AuthenticodeTest, WindowsAppsNeedsTrustedInstallerAndSystemWithFullContro
     EXPECT_EQ(device.Sleeps().front(), 250u);
     EXPECT_EQ(log->Count(LogLevel::Warning, L"Security - GetNamedSecurityInfo - Failed 5 of 5 times."), 4u);
 
-    device.SetFolderAccess(L"D:\\WindowsApps", {false, 5, false, {}});
+    device.SetFolderAccess(L"D:\\WindowsApps", platform::Failure{5});
     EXPECT_FALSE(facade.IsPathAllowed(other));
     EXPECT_TRUE(log->Contains(L"Failed 1 of 5 times. Error Code = 5"));
 }

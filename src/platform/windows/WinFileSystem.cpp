@@ -1,14 +1,19 @@
-// Paths, folder security, the user's environment and the clock.
+#include "platform/windows/WinFileSystem.h"
+
 #include <windows.h>
 #include <aclapi.h>
-#include <userenv.h>
 
-#include <vector>
-
-#include "platform/windows/WinPlatform.h"
 #include "platform/windows/raii.h"
 
 namespace Qv::platform::windows {
+namespace {
+
+Failure LastError() { return Failure{static_cast<int32_t>(GetLastError())}; }
+
+// Any function of this module: its address names the module that holds it.
+void ModuleAnchor() {}
+
+}  // namespace
 
 std::wstring WinFileSystem::ExpandEnvironment(const std::wstring& text) {
     DWORD size = ExpandEnvironmentStringsW(text.c_str(), nullptr, 0);
@@ -20,38 +25,27 @@ std::wstring WinFileSystem::ExpandEnvironment(const std::wstring& text) {
     return out;
 }
 
-std::optional<std::wstring> WinFileSystem::FullPath(const std::wstring& path, uint32_t& error) {
+Result<std::wstring> WinFileSystem::FullPath(const std::wstring& path) {
     DWORD size = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
-    if (size == 0) {
-        error = GetLastError();
-        return std::nullopt;
-    }
+    if (size == 0) return LastError();
     std::wstring out(size, L'\0');
     size = GetFullPathNameW(path.c_str(), static_cast<DWORD>(out.size()), out.data(), nullptr);
-    if (size == 0 || size >= out.size()) {
-        error = size == 0 ? GetLastError() : ERROR_INSUFFICIENT_BUFFER;
-        return std::nullopt;
-    }
+    if (size == 0) return LastError();
+    if (size >= out.size()) return Failure{ERROR_INSUFFICIENT_BUFFER};
     out.resize(size);
     return out;
 }
 
-FolderAccess WinFileSystem::ReadFolderAccess(const std::wstring& folder) {
-    FolderAccess access;
+Result<FolderAccess> WinFileSystem::ReadFolderAccess(const std::wstring& folder) {
     PSID owner = nullptr;
     PSID group = nullptr;
     PACL dacl = nullptr;
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    const DWORD result = GetNamedSecurityInfoW(folder.c_str(), SE_FILE_OBJECT,
-                                               OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION |
-                                                   DACL_SECURITY_INFORMATION,
-                                               &owner, &group, &dacl, nullptr, &descriptor);
-    if (result != ERROR_SUCCESS) {
-        access.error = result;
-        return access;
-    }
-    scope_exit freeDescriptor([&] { LocalFree(descriptor); });
-    access.read = true;
+    unique_hlocal descriptor;
+    const DWORD result = GetNamedSecurityInfoW(
+        folder.c_str(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION,
+        &owner, &group, &dacl, nullptr, reinterpret_cast<PSECURITY_DESCRIPTOR*>(descriptor.put()));
+    if (result != ERROR_SUCCESS) return Failure{static_cast<int32_t>(result)};
+    FolderAccess access;
     access.hasDacl = dacl != nullptr;
     if (dacl == nullptr) return access;
 
@@ -79,36 +73,18 @@ FolderAccess WinFileSystem::ReadFolderAccess(const std::wstring& folder) {
     return access;
 }
 
-std::optional<std::wstring> WinUserSession::ExpandForUser(UserToken token, const std::wstring& text, uint32_t& error) {
-    std::vector<wchar_t> buffer(32768);
-    if (!ExpandEnvironmentStringsForUserW(static_cast<HANDLE>(token), text.c_str(), buffer.data(),
-                                          static_cast<DWORD>(buffer.size()))) {
-        error = GetLastError();
-        return std::nullopt;
-    }
-    return std::wstring(buffer.data());
-}
-
-void WinClock::Sleep(uint32_t milliseconds) { ::Sleep(milliseconds); }
-
-}  // namespace Qv::platform::windows
-
-namespace Qv::platform::windows {
-namespace {
-// Any function of this module: its address names the module that holds it.
-void ModuleAnchor() {}
-}  // namespace
-
-std::wstring WinFileSystem::ModulePath() {
+Result<std::wstring> WinFileSystem::ModulePath() {
     // The module that holds this code: the DLL, not the host executable.
     HMODULE self = nullptr;
     if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                             reinterpret_cast<LPCWSTR>(reinterpret_cast<void*>(&ModuleAnchor)), &self)) {
-        return {};
+        return LastError();
     }
     wchar_t path[MAX_PATH] = {};
     const DWORD length = GetModuleFileNameW(self, path, MAX_PATH);
-    return length == 0 || length >= MAX_PATH ? std::wstring() : std::wstring(path, length);
+    if (length == 0) return LastError();
+    if (length >= MAX_PATH) return Failure{ERROR_INSUFFICIENT_BUFFER};
+    return std::wstring(path, length);
 }
 
 bool WinFileSystem::FileExists(const std::wstring& path) {
@@ -116,15 +92,12 @@ bool WinFileSystem::FileExists(const std::wstring& path) {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
-OwnedHandle WinFileSystem::OpenForExecution(const std::wstring& path, uint32_t& error) {
+Result<OwnedHandle> WinFileSystem::OpenForExecution(const std::wstring& path) {
     // Others may read (and so run) the file, but not write, delete or rename it while we hold it.
-    HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                              FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
-        error = GetLastError();
-        return nullptr;
-    }
-    return OwnedHandle(file, [](HANDLE h) { CloseHandle(h); });
+    unique_handle file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                   FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file) return LastError();
+    return share_handle(std::move(file));
 }
 
 }  // namespace Qv::platform::windows

@@ -10,7 +10,7 @@
 #include "abi/HostView.h"
 #include "core/logging.h"
 #include "core/status.h"
-#include "platform/sim/sim_device.h"
+#include "platform/sim/SimDevice.h"
 #include "qv/QVServiceAbi.h"
 
 namespace Qv::Tests {

@@ -3,7 +3,7 @@
 #include <thread>
 #include <vector>
 
-#include "ServiceFixture.h"
+#include "unit/ServiceFixture.h"
 #include "core/status.h"
 
 namespace Qv::Tests {
@@ -127,20 +127,6 @@ TEST_F(DispatchTest, ConcurrentCallsKeepTheirOwnAnswers) {
     for (auto& t : threads) t.join();
     for (size_t i = 0; i < answers.size(); ++i)
         EXPECT_EQ(answers[i], L"{\"result\":\"" + std::wstring(i + 1, L'x') + L"\"}");
-}
-
-TEST(CommandTableTest, EveryListedNumberHasOneRowAndTheGapsAreUnlisted) {
-    const CommandTable& table = CommandTable::Standard();
-    EXPECT_EQ(table.Rows().size(), 56u);
-    for (unsigned n = 1; n <= 133; ++n) {
-        const bool gap = (n >= 14 && n <= 20) || (n >= 24 && n <= 30) || (n >= 33 && n <= 40) ||
-                         (n >= 47 && n <= 60) || (n >= 80 && n <= 90) || (n >= 94 && n <= 100) ||
-                         (n >= 104 && n <= 109) || (n >= 112 && n <= 120) || (n >= 123 && n <= 130);
-        EXPECT_EQ(table.Find(n) == nullptr, gap) << n;
-    }
-    EXPECT_STREQ(table.Find(70)->name, "Display.GetInputSource");
-    EXPECT_STREQ(table.Find(101)->name, "Power.IsPowerSupported");
-    EXPECT_EQ(table.Find(66)->form, CommandForm::Filled);
 }
 
 }  // namespace

@@ -1,0 +1,41 @@
+#pragma once
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/Handles.h"
+#include "platform/Result.h"
+
+namespace Qv::platform {
+
+// One access-allowed/denied entry of a folder's DACL, with its account looked up.
+struct AccessEntry {
+    uint8_t type = 0;  // ACE type: 0 access allowed, 1 access denied, ...
+    uint32_t mask = 0;
+    std::wstring domain;
+    std::wstring name;
+};
+
+struct FolderAccess {
+    bool hasDacl = false;
+    std::vector<AccessEntry> entries;
+};
+
+// Paths and the file system, as the service itself sees them.
+class IFileSystem {
+public:
+    virtual ~IFileSystem() = default;
+    // %VAR% expansion with the service's environment; unknown names stay as written.
+    virtual std::wstring ExpandEnvironment(const std::wstring& text) = 0;
+    // Absolute, canonical path: "." and ".." resolved.
+    virtual Result<std::wstring> FullPath(const std::wstring& path) = 0;
+    virtual Result<FolderAccess> ReadFolderAccess(const std::wstring& folder) = 0;
+    // Full path of this module's own file (the DLL, not the host).
+    virtual Result<std::wstring> ModulePath() = 0;
+    virtual bool FileExists(const std::wstring& path) = 0;
+    // Opens a file for reading while forbidding writes, deletes and renames, so that what is
+    // verified is what runs.
+    virtual Result<OwnedHandle> OpenForExecution(const std::wstring& path) = 0;
+};
+
+}  // namespace Qv::platform

@@ -1,0 +1,22 @@
+#pragma once
+#include <string>
+
+#include "platform/Handles.h"
+#include "platform/Result.h"
+
+namespace Qv::platform {
+
+// Processes started in a user's session.
+class IProcessLauncher {
+public:
+    virtual ~IProcessLauncher() = default;
+    // Runs `commandLine` (the image `applicationPath`) as the token's user with its own
+    // environment, hidden, waits for it and answers what it wrote to standard output and error.
+    virtual Result<std::string> RunAndCapture(UserToken token, const std::wstring& applicationPath,
+                                              const std::wstring& commandLine) = 0;
+    // Starts the executable of a store package for the token's user, without waiting.
+    virtual Result<void> StartPackagedApplication(UserToken token, const std::wstring& packageFamilyName,
+                                                  const std::wstring& executable) = 0;
+};
+
+}  // namespace Qv::platform

@@ -1,0 +1,25 @@
+#pragma once
+#include <cstdint>
+#include <string>
+
+#include "platform/Handles.h"
+#include "platform/Result.h"
+
+namespace Qv::platform {
+
+// The RPC call being served on the current thread, and the process behind it.
+class IRpcCall {
+public:
+    virtual ~IRpcCall() = default;
+    virtual Result<uint32_t> CallerProcessId() = 0;
+    // The process opened for limited query access.
+    virtual Result<OwnedHandle> OpenProcessForQuery(uint32_t processId) = 0;
+    // A duplicate of another process handle with limited query access.
+    virtual Result<OwnedHandle> DuplicateForQuery(void* processHandle) = 0;
+    virtual Result<void> ImpersonateClient() = 0;
+    virtual void RevertToSelf() = 0;
+    // The package family name of a process; a failure when it belongs to no package.
+    virtual Result<std::wstring> PackageFamilyName(void* processHandle) = 0;
+};
+
+}  // namespace Qv::platform

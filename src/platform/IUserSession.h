@@ -1,0 +1,31 @@
+#pragma once
+#include <cstdint>
+#include <string>
+
+#include "platform/Handles.h"
+#include "platform/Result.h"
+
+namespace Qv::platform {
+
+// The user at the console: session, token, impersonation, the user's environment.
+class IUserSession {
+public:
+    static constexpr uint32_t kNoSession = 0xFFFFFFFF;
+
+    virtual ~IUserSession() = default;
+    // Whether the terminal-services session functions are there on this system.
+    virtual bool SessionApiAvailable() = 0;
+    virtual uint32_t ActiveConsoleSessionId() = 0;
+    // An active session found by enumeration, or kNoSession.
+    virtual uint32_t FindActiveSession() = 0;
+    virtual Result<OwnedHandle> QueryUserToken(uint32_t sessionId) = 0;
+    virtual Result<OwnedHandle> DuplicatePrimaryToken(UserToken token) = 0;
+    virtual bool RunningAsSystem() = 0;
+    // Impersonation is per thread; the thread that began it reverts it.
+    virtual Result<void> Impersonate(UserToken token) = 0;
+    virtual Result<void> RevertImpersonation() = 0;
+    // %VAR% expansion with the environment of the token's user.
+    virtual Result<std::wstring> ExpandForUser(UserToken token, const std::wstring& text) = 0;
+};
+
+}  // namespace Qv::platform

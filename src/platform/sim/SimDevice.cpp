@@ -1,0 +1,68 @@
+#include "platform/sim/SimDevice.h"
+
+namespace Qv::Sim {
+
+SimDevice::SimDevice() = default;
+
+void SimDevice::SetSignatures(const std::wstring& path, std::vector<platform::RawSignature> signatures) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    world_.signatures[Lower(path)] = std::move(signatures);
+}
+
+void SimDevice::SetCatalogSignatures(const std::wstring& path, std::vector<platform::RawSignature> signatures) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    world_.catalogSignatures[Lower(path)] = std::move(signatures);
+}
+
+void SimDevice::SetEnvironment(const std::wstring& name, const std::wstring& value) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    world_.environment[Upper(name)] = value;
+}
+
+void SimDevice::SetUserEnvironment(const std::wstring& name, const std::wstring& value) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    world_.userEnvironment[Upper(name)] = value;
+}
+
+void SimDevice::AddFile(const std::wstring& path) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    world_.files.insert(Lower(path));
+}
+
+void SimDevice::RemoveFile(const std::wstring& path) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    world_.files.erase(Lower(path));
+}
+
+void SimDevice::SetModulePath(const std::wstring& path) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    world_.modulePath = path;
+}
+
+void SimDevice::SetSignedIn(bool signedIn) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    world_.signedIn = signedIn;
+}
+
+void SimDevice::SetRunningAsSystem(bool system) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    world_.runningAsSystem = system;
+}
+
+bool SimDevice::Impersonating() {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    return world_.impersonating;
+}
+
+void SimDevice::InstallTool(const std::vector<uint8_t>& key, int32_t status) {
+    std::wstring folder;
+    {
+        std::lock_guard<std::mutex> lock(world_.mutex);
+        folder = world_.modulePath.substr(0, world_.modulePath.find_last_of(L'\\'));
+    }
+    const std::wstring tool = folder + L"\\DeviceControlTool.exe";
+    AddFile(tool);
+    SetSignatures(tool, {{key, status, L"CN=QV Inc., O=QV Inc., L=Lakeside, S=California, C=US", L"CN=Test CA"}});
+}
+
+}  // namespace Qv::Sim

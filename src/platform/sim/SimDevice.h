@@ -1,0 +1,79 @@
+#pragma once
+// The simulated device: one coherent fake laptop behind every port, composed of one fake per
+// port and the small world they share. Tests arrange its state, act through the real entry
+// points and assert on answers, this state and the log.
+#include <memory>
+#include <vector>
+
+#include "platform/platform.h"
+#include "platform/sim/SimClock.h"
+#include "platform/sim/SimCodeSignatures.h"
+#include "platform/sim/SimFileSystem.h"
+#include "platform/sim/SimNamedEvents.h"
+#include "platform/sim/SimProcessLauncher.h"
+#include "platform/sim/SimRpcCall.h"
+#include "platform/sim/SimUserSession.h"
+#include "platform/sim/SimUuidGenerator.h"
+#include "platform/sim/SimWorld.h"
+
+namespace Qv::Sim {
+
+class SimDevice : public platform::Platform {
+public:
+    SimDevice();
+
+    platform::IUuidGenerator& Uuids() override { return uuids_; }
+    platform::INamedEvents& Events() override { return events_; }
+    platform::ICodeSignatures& Signatures() override { return signatures_; }
+    platform::IFileSystem& Files() override { return files_; }
+    platform::IUserSession& User() override { return user_; }
+    platform::IProcessLauncher& Processes() override { return processes_; }
+    platform::IRpcCall& Rpc() override { return rpc_; }
+    platform::IClock& Clock() override { return clock_; }
+
+    // --- arrangement ---
+    void SetSignatures(const std::wstring& path, std::vector<platform::RawSignature> signatures);
+    // A catalog-signed file: its signatures are found only through the catalog.
+    void SetCatalogSignatures(const std::wstring& path, std::vector<platform::RawSignature> signatures);
+    void SetEnvironment(const std::wstring& name, const std::wstring& value);
+    void SetUserEnvironment(const std::wstring& name, const std::wstring& value);
+    void SetFolderAccess(const std::wstring& folder, platform::Result<platform::FolderAccess> access) {
+        files_.SetFolderAccess(folder, std::move(access));
+    }
+    void SetCaller(SimCaller caller) { rpc_.SetCaller(std::move(caller)); }
+    platform::OwnedHandle MakeProcessHandle(uint32_t processId) { return rpc_.MakeProcessHandle(processId); }
+    void AddFile(const std::wstring& path);
+    void RemoveFile(const std::wstring& path);
+    void SetModulePath(const std::wstring& path);
+    // No user at the console (before sign-in, or between sessions).
+    void SetSignedIn(bool signedIn);
+    void SetRunningAsSystem(bool system);
+    // The tool's state; change it only while no command runs.
+    SimTool& Tool() { return world_.tool; }
+    // Installs a signed tool beside the module, signed with `key`.
+    void InstallTool(const std::vector<uint8_t>& key, int32_t status = 0);
+
+    // --- observations ---
+    size_t UuidsIssued() const { return uuids_.Issued(); }
+    std::vector<platform::EventHandle> ClosedEvents() const { return events_.Closed(); }
+    std::vector<uint32_t> Sleeps() const { return clock_.Sleeps(); }
+    bool Impersonating();
+    int OpenProcessHandles() const { return rpc_.OpenProcessHandles(); }
+    // The most recent command lines run as the user, oldest first.
+    std::vector<std::wstring> CommandLines() const { return processes_.CommandLines(); }
+    std::vector<std::wstring> StartedPackages() const { return processes_.StartedPackages(); }
+    int PinnedFiles() const { return files_.PinnedFiles(); }
+
+private:
+    SimWorld world_;
+    SimUuidGenerator uuids_;
+    SimNamedEvents events_;
+    SimCodeSignatures signatures_{world_};
+    SimFileSystem files_{world_};
+    SimUserSession user_{world_};
+    SimProcessLauncher processes_{world_};
+    SimRpcCall rpc_{world_};
+    SimClock clock_;
+};
+
+}  // namespace Qv::Sim

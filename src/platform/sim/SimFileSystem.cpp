@@ -1,0 +1,87 @@
+#include "platform/sim/SimFileSystem.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace Qv::Sim {
+namespace {
+
+constexpr int32_t kErrorFileNotFound = 2;
+constexpr int32_t kErrorInvalidName = 123;
+
+}  // namespace
+
+std::wstring SimFileSystem::ExpandEnvironment(const std::wstring& text) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    return Expand(world_.environment, text);
+}
+
+// GetFullPathNameW on a drive path: separators unified, "." and ".." resolved, drive C: by default.
+platform::Result<std::wstring> SimFileSystem::FullPath(const std::wstring& path) {
+    if (path.empty()) return platform::Failure{kErrorInvalidName};
+    std::wstring text = path;
+    std::replace(text.begin(), text.end(), L'/', L'\\');
+    std::wstring drive = L"C:";
+    if (text.size() >= 2 && text[1] == L':') {
+        drive = text.substr(0, 2);
+        text = text.substr(2);
+    }
+    const bool trailing = !text.empty() && text.back() == L'\\';
+    std::vector<std::wstring> parts;
+    size_t start = 0;
+    while (start <= text.size()) {
+        const size_t end = text.find(L'\\', start);
+        const std::wstring part = text.substr(start, end == std::wstring::npos ? std::wstring::npos : end - start);
+        if (part == L"..") {
+            if (!parts.empty()) parts.pop_back();
+        } else if (!part.empty() && part != L".") {
+            parts.push_back(part);
+        }
+        if (end == std::wstring::npos) break;
+        start = end + 1;
+    }
+    std::wstring full = drive;
+    for (const auto& part : parts) full += L"\\" + part;
+    if (parts.empty() || trailing) full += L"\\";
+    return full;
+}
+
+platform::Result<platform::FolderAccess> SimFileSystem::ReadFolderAccess(const std::wstring& folder) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = folders_.find(Lower(folder));
+    if (it != folders_.end()) return it->second;
+    return platform::Failure{kErrorFileNotFound};
+}
+
+void SimFileSystem::SetFolderAccess(const std::wstring& folder, platform::Result<platform::FolderAccess> access) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    folders_.insert_or_assign(Lower(folder), std::move(access));
+}
+
+platform::Result<std::wstring> SimFileSystem::ModulePath() {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    return world_.modulePath;
+}
+
+bool SimFileSystem::FileExists(const std::wstring& path) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    return world_.files.count(Lower(path)) != 0;
+}
+
+platform::Result<platform::OwnedHandle> SimFileSystem::OpenForExecution(const std::wstring& path) {
+    if (!FileExists(path)) return platform::Failure{kErrorFileNotFound};
+    std::lock_guard<std::mutex> lock(mutex_);
+    ++pinnedFiles_;
+    return platform::OwnedHandle(new int(0), [this](void* p) {
+        delete static_cast<int*>(p);
+        std::lock_guard<std::mutex> inner(mutex_);
+        --pinnedFiles_;
+    });
+}
+
+int SimFileSystem::PinnedFiles() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return pinnedFiles_;
+}
+
+}  // namespace Qv::Sim

@@ -1,0 +1,33 @@
+#pragma once
+#include <map>
+#include <mutex>
+
+#include "platform/IFileSystem.h"
+#include "platform/sim/SimWorld.h"
+
+namespace Qv::Sim {
+
+// Windows path rules over the world's files, folders with arranged security.
+class SimFileSystem : public platform::IFileSystem {
+public:
+    explicit SimFileSystem(SimWorld& world) : world_(world) {}
+
+    std::wstring ExpandEnvironment(const std::wstring& text) override;
+    platform::Result<std::wstring> FullPath(const std::wstring& path) override;
+    platform::Result<platform::FolderAccess> ReadFolderAccess(const std::wstring& folder) override;
+    platform::Result<std::wstring> ModulePath() override;
+    bool FileExists(const std::wstring& path) override;
+    platform::Result<platform::OwnedHandle> OpenForExecution(const std::wstring& path) override;
+
+    void SetFolderAccess(const std::wstring& folder, platform::Result<platform::FolderAccess> access);
+    // Files held open by OpenForExecution right now.
+    int PinnedFiles() const;
+
+private:
+    SimWorld& world_;
+    mutable std::mutex mutex_;
+    std::map<std::wstring, platform::Result<platform::FolderAccess>> folders_;  // by lower-case path
+    int pinnedFiles_ = 0;
+};
+
+}  // namespace Qv::Sim

@@ -1,0 +1,56 @@
+#include "platform/sim/SimUserSession.h"
+
+namespace Qv::Sim {
+namespace {
+
+constexpr int32_t kErrorInvalidHandle = 6;
+constexpr int32_t kErrorNoToken = 1008;
+
+platform::OwnedHandle MakeToken(int kind) {
+    return platform::OwnedHandle(new int(kind), [](void* p) { delete static_cast<int*>(p); });
+}
+
+}  // namespace
+
+uint32_t SimUserSession::ActiveConsoleSessionId() {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    return world_.signedIn ? 1 : kNoSession;
+}
+
+uint32_t SimUserSession::FindActiveSession() { return ActiveConsoleSessionId(); }
+
+platform::Result<platform::OwnedHandle> SimUserSession::QueryUserToken(uint32_t sessionId) {
+    if (sessionId == kNoSession) return platform::Failure{kErrorNoToken};
+    return MakeToken(1);
+}
+
+platform::Result<platform::OwnedHandle> SimUserSession::DuplicatePrimaryToken(platform::UserToken token) {
+    if (token == nullptr) return platform::Failure{kErrorInvalidHandle};
+    return MakeToken(2);
+}
+
+bool SimUserSession::RunningAsSystem() {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    return world_.runningAsSystem;
+}
+
+platform::Result<void> SimUserSession::Impersonate(platform::UserToken token) {
+    if (token == nullptr) return platform::Failure{kErrorInvalidHandle};
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    world_.impersonating = true;
+    return platform::Success();
+}
+
+platform::Result<void> SimUserSession::RevertImpersonation() {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    world_.impersonating = false;
+    return platform::Success();
+}
+
+platform::Result<std::wstring> SimUserSession::ExpandForUser(platform::UserToken token, const std::wstring& text) {
+    if (token == nullptr) return platform::Failure{kErrorInvalidHandle};
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    return Expand(world_.userEnvironment, text);
+}
+
+}  // namespace Qv::Sim

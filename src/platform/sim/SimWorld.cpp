@@ -1,0 +1,54 @@
+#include "platform/sim/SimWorld.h"
+
+#include <algorithm>
+#include <cwctype>
+
+namespace Qv::Sim {
+
+SimWorld::SimWorld() {
+    // A stock Windows installation, the service running as SYSTEM, Avery signed in.
+    for (auto* env : {&environment, &userEnvironment}) {
+        (*env)[L"WINDIR"] = L"C:\\Windows";
+        (*env)[L"SYSTEMROOT"] = L"C:\\Windows";
+        (*env)[L"PROGRAMFILES"] = L"C:\\Program Files";
+        (*env)[L"PROGRAMFILES(X86)"] = L"C:\\Program Files (x86)";
+        (*env)[L"PROGRAMDATA"] = L"C:\\ProgramData";
+    }
+    environment[L"USERPROFILE"] = L"C:\\Windows\\system32\\config\\systemprofile";
+    userEnvironment[L"USERPROFILE"] = L"C:\\Users\\Avery";
+}
+
+std::wstring Lower(std::wstring text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](wchar_t c) { return std::towlower(c); });
+    return text;
+}
+
+std::wstring Upper(std::wstring text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](wchar_t c) { return std::towupper(c); });
+    return text;
+}
+
+std::wstring Expand(const std::map<std::wstring, std::wstring>& environment, const std::wstring& text) {
+    std::wstring out;
+    size_t i = 0;
+    while (i < text.size()) {
+        const size_t open = text.find(L'%', i);
+        const size_t close = open == std::wstring::npos ? open : text.find(L'%', open + 1);
+        if (close == std::wstring::npos) {
+            out.append(text, i, std::wstring::npos);
+            break;
+        }
+        out.append(text, i, open - i);
+        auto it = environment.find(Upper(text.substr(open + 1, close - open - 1)));
+        if (it != environment.end()) {
+            out += it->second;
+            i = close + 1;
+        } else {
+            out += L'%';
+            i = open + 1;
+        }
+    }
+    return out;
+}
+
+}  // namespace Qv::Sim

@@ -1,0 +1,17 @@
+#pragma once
+#include "platform/IFileSystem.h"
+
+namespace Qv::platform::windows {
+
+// Paths, folder security and files, as the service process sees them.
+class WinFileSystem : public IFileSystem {
+public:
+    std::wstring ExpandEnvironment(const std::wstring& text) override;
+    Result<std::wstring> FullPath(const std::wstring& path) override;
+    Result<FolderAccess> ReadFolderAccess(const std::wstring& folder) override;
+    Result<std::wstring> ModulePath() override;
+    bool FileExists(const std::wstring& path) override;
+    Result<OwnedHandle> OpenForExecution(const std::wstring& path) override;
+};
+
+}  // namespace Qv::platform::windows
