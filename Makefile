@@ -1,24 +1,22 @@
 # make demo   - the tour of the real DLL under Wine through devicectl.exe
-# make test   - every test: native unit tests (plain and ASan+UBSan) and the Windows tests under Wine
+# make test   - every test: the native suite plain, under ASan+UBSan and under TSan, a fuzz smoke
+#               run, and the Windows tests under Wine
+# make bench  - the benchmarks beside their floors (optimised native build, and under Wine)
+# make fuzz   - the ExecuteCommand fuzzer for FUZZ_SECONDS (default 300)
 SHELL := /bin/bash
-.PHONY: all bootstrap native native-asan mingw product test test-native test-asan test-windows demo clean
+FUZZ_SECONDS ?= 300
+NATIVE_PRESETS := native native-asan native-tsan native-release
+.PHONY: all bootstrap $(NATIVE_PRESETS) mingw product test test-native test-asan test-tsan test-windows \
+        demo bench fuzz clean
 
 all: native mingw
 
 bootstrap:
 	@scripts/bootstrap
 
-native: bootstrap
-	@[ -f build/native/build.ninja ] || cmake --preset native >/dev/null
-	cmake --build --preset native
-
-native-asan: bootstrap
-	@[ -f build/native-asan/build.ninja ] || cmake --preset native-asan >/dev/null
-	cmake --build --preset native-asan
-
-mingw: bootstrap
-	@[ -f build/mingw/build.ninja ] || cmake --preset mingw >/dev/null
-	cmake --build --preset mingw
+$(NATIVE_PRESETS) mingw: bootstrap
+	@[ -f build/$@/build.ninja ] || cmake --preset $@ >/dev/null
+	cmake --build --preset $@
 
 # The shippable module: trusts only the keys under config/trust, carries no test material.
 product: bootstrap
@@ -31,13 +29,25 @@ test-native: native
 test-asan: native-asan
 	ctest --preset native-asan
 
+test-tsan: native-tsan
+	ctest --preset native-tsan
+
 test-windows: mingw
 	scripts/test-windows
 
-test: native native-asan mingw
+test: native native-asan native-tsan mingw
 	ctest --preset native
 	ctest --preset native-asan
+	ctest --preset native-tsan
 	scripts/test-windows
+
+bench: native-release mingw
+	build/native-release/bin/execute_command_bench
+	build/native-release/bin/memory_bench
+	bench/wine-tool-launch
+
+fuzz: native-asan
+	fuzz/run build/native-asan $(FUZZ_SECONDS)
 
 demo: mingw
 	scripts/demo

@@ -20,7 +20,23 @@ add_executable(unit_tests ${QV_UNIT_TEST_SOURCES})
 target_link_libraries(unit_tests PRIVATE qv_native GTest::gtest GTest::gmock GTest::gtest_main)
 target_include_directories(unit_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
 add_test(NAME unit_tests COMMAND unit_tests)
-if(QV_SANITIZE)
+if(QV_SANITIZE STREQUAL "address")
   set_tests_properties(unit_tests PROPERTIES ENVIRONMENT
     "UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1:suppressions=${CMAKE_SOURCE_DIR}/tests/ubsan.supp;ASAN_OPTIONS=detect_leaks=1")
+elseif(QV_SANITIZE STREQUAL "thread")
+  set_tests_properties(unit_tests PROPERTIES ENVIRONMENT "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
+endif()
+
+# The ExecuteCommand fuzzer (clang's libFuzzer, in the ASan+UBSan build); make test runs a short
+# smoke run of it, make fuzz a long one.
+if(QV_FUZZ)
+  add_executable(fuzz_execute_command fuzz/ExecuteCommandFuzzer.cpp)
+  target_link_libraries(fuzz_execute_command PRIVATE qv_native)
+  target_link_options(fuzz_execute_command PRIVATE -fsanitize=fuzzer)
+  add_test(NAME fuzz_smoke COMMAND ${CMAKE_SOURCE_DIR}/fuzz/run ${CMAKE_BINARY_DIR} smoke)
+endif()
+
+# Benchmarks against the floor (make bench, in the optimised build).
+if(QV_BENCH)
+  include(${CMAKE_SOURCE_DIR}/bench/bench.cmake)
 endif()

@@ -29,7 +29,12 @@ add_dependencies(devicectl DeviceControlService)
 # maker to sign; the test build also makes a copy signed with the test key (bin/signed/).
 add_executable(DeviceControlTool tools/DeviceControlTool/Main.cpp tools/DeviceControlTool/Accessory.cpp)
 target_include_directories(DeviceControlTool PRIVATE ${CMAKE_SOURCE_DIR})
-target_link_options(DeviceControlTool PRIVATE ${QV_STATIC_LINK} -municode)
+# Stripped: the module hashes the whole file before every run, so every byte costs.
+target_link_options(DeviceControlTool PRIVATE ${QV_STATIC_LINK} -municode -s)
+
+# The floor of the Wine benchmark (bench/wine-tool-launch): bare launches of the tool.
+add_executable(bare_launch bench/BareLaunch.cpp)
+target_link_options(bare_launch PRIVATE ${QV_STATIC_LINK} -municode)
 
 # GoogleTest built from source for the cross target.
 set(BUILD_GMOCK ON CACHE BOOL "" FORCE)

@@ -1,6 +1,7 @@
 #include "core/logging.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdarg>
 
 #include "core/strings.h"
@@ -9,17 +10,35 @@
 namespace Qv::Bridge::Logging {
 namespace {
 
+using SinkList = std::vector<std::shared_ptr<ILogSink>>;
+
+// Published lists and provider names are never freed (a logging thread may still read an old
+// one); they change only when sinks are added or removed and when the provider is renamed.
 struct LogState {
-    std::mutex mutex;
-    std::wstring provider;
-    std::vector<std::shared_ptr<ILogSink>> sinks;
+    std::mutex writers;  // serialises changes, never taken to log
+    std::vector<std::unique_ptr<const SinkList>> lists;
+    std::vector<std::unique_ptr<const std::wstring>> providers;
+    std::atomic<const SinkList*> sinks{nullptr};
+    std::atomic<const std::wstring*> provider{nullptr};
     TraceLogger logger;
+
+    LogState() {
+        lists.push_back(std::make_unique<const SinkList>());
+        sinks.store(lists.back().get());
+        providers.push_back(std::make_unique<const std::wstring>());
+        provider.store(providers.back().get());
+    }
 };
 
 LogState& State() {
     // Never destroyed: helpers and threads may still log while the process exits.
     static LogState* state = new LogState();
     return *state;
+}
+
+void Publish(LogState& state, SinkList list) {
+    state.lists.push_back(std::make_unique<const SinkList>(std::move(list)));
+    state.sinks.store(state.lists.back().get(), std::memory_order_release);
 }
 
 }  // namespace
@@ -33,64 +52,73 @@ const wchar_t* LevelName(LogLevel level) {
     return L"?";
 }
 
-void TraceLogger::Emit(LogLevel level, const wchar_t* format, va_list args) {
-    LogManager::Dispatch(level, Core::FormatWideV(format, args));
+void LogManager::Log(LogLevel level, const wchar_t* format, va_list args) {
+    LogState& state = State();
+    const SinkList& sinks = *state.sinks.load(std::memory_order_acquire);
+    if (sinks.empty()) return;
+    const std::wstring_view provider = *state.provider.load(std::memory_order_acquire);
+    const auto taking = [&](const std::shared_ptr<ILogSink>& sink) { return sink->IsEnabled(level, provider); };
+    const auto first = std::find_if(sinks.begin(), sinks.end(), taking);
+    if (first == sinks.end()) return;
+    // Formatted once, for the sinks that take it.
+    const LogRecord record{level, provider, Core::FormatWideV(format, args)};
+    (*first)->Write(record);
+    for (auto it = std::next(first); it != sinks.end(); ++it) {
+        if (taking(*it)) (*it)->Write(record);
+    }
 }
 
 void TraceLogger::LogInfo(const wchar_t* format, ...) {
     va_list args;
     va_start(args, format);
-    Emit(LogLevel::Info, format, args);
+    LogManager::Log(LogLevel::Info, format, args);
     va_end(args);
 }
 
 void TraceLogger::LogWarning(const wchar_t* format, ...) {
     va_list args;
     va_start(args, format);
-    Emit(LogLevel::Warning, format, args);
+    LogManager::Log(LogLevel::Warning, format, args);
     va_end(args);
 }
 
 void TraceLogger::LogError(const wchar_t* format, ...) {
     va_list args;
     va_start(args, format);
-    Emit(LogLevel::Error, format, args);
+    LogManager::Log(LogLevel::Error, format, args);
     va_end(args);
 }
 
 void LogManager::SetProvider(const wchar_t* providerName) {
-    std::lock_guard<std::mutex> lock(State().mutex);
-    State().provider = providerName != nullptr ? providerName : L"";
+    LogState& state = State();
+    const std::wstring_view wanted = providerName != nullptr ? providerName : L"";
+    // Every helper names the same provider when it is made: the usual call changes nothing.
+    if (*state.provider.load(std::memory_order_acquire) == wanted) return;
+    std::lock_guard<std::mutex> lock(state.writers);
+    if (*state.provider.load() == wanted) return;
+    state.providers.push_back(std::make_unique<const std::wstring>(wanted));
+    state.provider.store(state.providers.back().get(), std::memory_order_release);
 }
 
 TraceLogger* LogManager::GetLogger() { return &State().logger; }
 
-std::wstring LogManager::Provider() {
-    std::lock_guard<std::mutex> lock(State().mutex);
-    return State().provider;
-}
+std::wstring_view LogManager::Provider() { return *State().provider.load(std::memory_order_acquire); }
 
 void LogManager::AddSink(std::shared_ptr<ILogSink> sink) {
     if (!sink) return;
-    std::lock_guard<std::mutex> lock(State().mutex);
-    State().sinks.push_back(std::move(sink));
+    LogState& state = State();
+    std::lock_guard<std::mutex> lock(state.writers);
+    SinkList list = *state.sinks.load();
+    list.push_back(std::move(sink));
+    Publish(state, std::move(list));
 }
 
 void LogManager::RemoveSink(const std::shared_ptr<ILogSink>& sink) {
-    std::lock_guard<std::mutex> lock(State().mutex);
-    auto& sinks = State().sinks;
-    sinks.erase(std::remove(sinks.begin(), sinks.end(), sink), sinks.end());
-}
-
-void LogManager::Dispatch(LogLevel level, std::wstring text) {
-    std::vector<std::shared_ptr<ILogSink>> sinks;
-    LogRecord record{level, {}, std::move(text)};
-    {
-        std::lock_guard<std::mutex> lock(State().mutex);
-        sinks = State().sinks;
-        record.provider = State().provider;
-    }
-    for (const auto& sink : sinks) sink->Write(record);
+    LogState& state = State();
+    std::lock_guard<std::mutex> lock(state.writers);
+    SinkList list = *state.sinks.load();
+    list.erase(std::remove(list.begin(), list.end(), sink), list.end());
+    Publish(state, std::move(list));
 }
 
 void MemoryLogSink::Write(const LogRecord& record) {
@@ -142,6 +170,9 @@ void FileLogSink::Write(const LogRecord& record) {
 
 ScopedLogCapture::ScopedLogCapture() : sink_(std::make_shared<MemoryLogSink>()) { LogManager::AddSink(sink_); }
 
-ScopedLogCapture::~ScopedLogCapture() { LogManager::RemoveSink(sink_); }
+ScopedLogCapture::~ScopedLogCapture() {
+    LogManager::RemoveSink(sink_);
+    sink_->Clear();  // the sink itself stays reachable from the lists published while it was in
+}
 
 }  // namespace Qv::Bridge::Logging

@@ -2,10 +2,12 @@
 // The module's trace logging: one provider name, one process-wide logger, any number of sinks.
 // On Windows the composition root adds the ETW and debugger sinks; tests add a MemoryLogSink;
 // devicectl can add a FileLogSink.
+#include <cstdarg>
 #include <cstdio>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Qv::Bridge::Logging {
@@ -20,13 +22,20 @@ const wchar_t* LevelName(LogLevel level);
 
 struct LogRecord {
     LogLevel level;
-    std::wstring provider;
+    std::wstring_view provider;  // lives as long as the process
     std::wstring text;
 };
 
 class ILogSink {
 public:
     virtual ~ILogSink() = default;
+    // Whether the sink would take a line at `level` of `provider`. Asked before a line is
+    // formatted: a line that no sink takes costs this question and nothing else.
+    virtual bool IsEnabled(LogLevel level, std::wstring_view provider) {
+        (void)level;
+        (void)provider;
+        return true;
+    }
     virtual void Write(const LogRecord& record) = 0;
 };
 
@@ -36,23 +45,23 @@ public:
     void LogInfo(const wchar_t* format, ...);
     void LogWarning(const wchar_t* format, ...);
     void LogError(const wchar_t* format, ...);
-
-private:
-    void Emit(LogLevel level, const wchar_t* format, va_list args);
 };
 
+// The process-wide logger and its sinks. Logging reads the sink list and the provider without a
+// lock: both are published whole and never changed in place, and what was published once stays
+// alive until the process ends (sinks are added at start-up, and by tests).
 class LogManager {
 public:
     static void SetProvider(const wchar_t* providerName);
     static TraceLogger* GetLogger();
-    static std::wstring Provider();
+    static std::wstring_view Provider();
 
     static void AddSink(std::shared_ptr<ILogSink> sink);
     static void RemoveSink(const std::shared_ptr<ILogSink>& sink);
 
 private:
     friend class TraceLogger;
-    static void Dispatch(LogLevel level, std::wstring text);
+    static void Log(LogLevel level, const wchar_t* format, va_list args);
 };
 
 // Keeps every line in memory; tests read them back.
@@ -76,6 +85,7 @@ public:
     explicit FileLogSink(const std::string& path);
     ~FileLogSink() override;
     bool IsOpen() const { return file_ != nullptr; }
+    bool IsEnabled(LogLevel, std::wstring_view) override { return file_ != nullptr; }
     void Write(const LogRecord& record) override;
 
 private:

@@ -29,12 +29,11 @@ AccessoryHelper::AccessoryHelper() {
 }
 
 bool AccessoryHelper::CheckInputSpeed(Document* request, int& speed) {
-    if (request == nullptr || !request->IsObject()) return false;
-    auto member = request->FindMember(L"IValue");
-    if (member == request->MemberEnd() || member->value.IsNull()) return false;
+    const Json::Value* value = request != nullptr ? Json::FindMember(*request, L"IValue") : nullptr;
+    if (value == nullptr || value->IsNull()) return false;
     // Only a JSON integer that fits in 32 bits is a speed; anything else cannot be in range.
-    if (!member->value.IsInt()) return false;
-    speed = member->value.GetInt();
+    if (!value->IsInt()) return false;
+    speed = value->GetInt();
     return static_cast<unsigned>(speed - 1) <= 19u;
 }
 

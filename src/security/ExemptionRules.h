@@ -40,6 +40,7 @@ public:
     };
 
     MatchingDescriptor() = default;
+    MatchingDescriptor(const MatchingDescriptor& other) = default;
     MatchingDescriptor& operator=(const MatchingDescriptor& other) = default;
 
     // How the descriptor is to be applied; the version criteria do not consult it.

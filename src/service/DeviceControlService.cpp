@@ -97,9 +97,7 @@ int DeviceControlService::ExecuteCommand(void* sessionContext, unsigned int func
     if (!Core::NullChecker::Check({{input, "message"}, {output, "outString"}})) return status;
 
     Json::Document request(nullptr, Json::kParseStackBytes);
-    // Iterative parsing: a deeply nested request is answered, not a stack overflow.
-    request.Parse<rapidjson::kParseIterativeFlag>(input);
-    if (request.HasParseError()) {
+    if (!Json::ParseRequest(request, input)) {
         *output = nullptr;
         return Status::kInvalidJson;
     }

@@ -69,7 +69,7 @@ private:
     std::unique_ptr<std::thread> timedEventThread_;
     std::atomic<bool> stopFlag_{false};
     std::condition_variable timedEventCondition_;
-    uint64_t timedEventReserved_ = 0;
+    [[maybe_unused]] uint64_t timedEventReserved_ = 0;
     std::atomic<bool> oobeReceived_{false};
 };
 

@@ -76,6 +76,12 @@ TEST_F(ServiceDllTest, UnsupportedNumberAndMalformedJsonAreAnswered) {
     output = reinterpret_cast<wchar_t*>(0x1);
     EXPECT_EQ(Call(1, L"{", &output), 0x20000003);
     EXPECT_EQ(output, nullptr);
+    // An unpaired surrogate escape is refused like any other text that is not JSON.
+    for (const wchar_t* unpaired : {L"[\"\\uDC00\"]", L"[\"\\uD800x\"]"}) {
+        output = reinterpret_cast<wchar_t*>(0x1);
+        EXPECT_EQ(Call(14, unpaired, &output), 0x20000003);
+        EXPECT_EQ(output, nullptr);
+    }
 
     EXPECT_EQ(service->ExecuteCommand(nullptr, 1, nullptr, nullptr), 0x20000002);
     EXPECT_NE(ServiceDll::Get().LogText().find("NullChecker - outString cannot be null"), std::string::npos);

@@ -26,6 +26,10 @@ check "malformed JSON prints nothing" "" "$out"
 check "malformed JSON exits 1" 1 "$rc"
 check "malformed JSON status line" "status: 0x20000003 input is not valid JSON" "$(cat "$err")"
 
+out=$(run call 14 '["\uDC00"]' 2>"$err"); rc=$?
+check "lone low surrogate escape prints nothing" "" "$out"
+check "lone low surrogate escape status line" "status: 0x20000003 input is not valid JSON" "$(cat "$err")"
+
 run call NoSuchCommand >/dev/null 2>&1; check "unknown name is a usage error" 2 "$?"
 run call GetBrightness >/dev/null 2>&1; check "ambiguous operation is a usage error" 2 "$?"
 run --dll 'C:\\missing.dll' call 14 >/dev/null 2>&1; check "missing module is reported" 2 "$?"

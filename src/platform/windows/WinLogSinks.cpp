@@ -3,7 +3,9 @@
 #include <bcrypt.h>
 #include <evntprov.h>
 
+#include <atomic>
 #include <cwctype>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -14,6 +16,7 @@ namespace Qv::platform::windows {
 namespace {
 
 using Bridge::Logging::ILogSink;
+using Bridge::Logging::LogLevel;
 using Bridge::Logging::LogRecord;
 
 // Provider GUID from the provider name, as EventSource and TraceLogging derive it: SHA-1 over
@@ -44,37 +47,60 @@ bool ProviderGuidFromName(const std::wstring& name, GUID* guid) {
     return true;
 }
 
+// Writes to the ETW provider named after the logging provider, and asks ETW, as providers do,
+// whether any session listens at a level before a line is formatted.
 class EtwLogSink : public ILogSink {
 public:
+    bool IsEnabled(LogLevel level, std::wstring_view provider) override {
+        const Registration& registration = For(provider);
+        return registration.handle && EventProviderEnabled(registration.handle.get(), static_cast<UCHAR>(level), 0);
+    }
+
     void Write(const LogRecord& record) override {
-        REGHANDLE handle = HandleFor(record.provider);
-        if (handle != 0) EventWriteString(handle, static_cast<UCHAR>(record.level), 0, record.text.c_str());
+        const Registration& registration = For(record.provider);
+        if (registration.handle)
+            EventWriteString(registration.handle.get(), static_cast<UCHAR>(record.level), 0, record.text.c_str());
     }
 
 private:
+    struct Registration {
+        const wchar_t* provider;  // the logging library's copy of the name: one per name, never freed
+        unique_etw_provider handle;
+    };
+
     // Registered on first use, not at attach: no advapi calls under the loader lock.
-    REGHANDLE HandleFor(const std::wstring& provider) {
+    const Registration& For(std::wstring_view provider) {
+        const Registration* current = current_.load(std::memory_order_acquire);
+        if (current != nullptr && current->provider == provider.data()) return *current;
         std::lock_guard<std::mutex> lock(mutex_);
-        if (provider != provider_) {
-            handle_.reset();
-            provider_ = provider;
-            GUID guid{};
-            if (!provider.empty() && ProviderGuidFromName(provider, &guid)) {
-                if (EventRegister(&guid, nullptr, nullptr, handle_.put()) != ERROR_SUCCESS) handle_.release();
+        for (const auto& known : registrations_) {
+            if (known->provider == provider.data()) {
+                current_.store(known.get(), std::memory_order_release);
+                return *known;
             }
         }
-        return handle_.get();
+        auto registration = std::make_unique<Registration>(Registration{provider.data(), {}});
+        GUID guid{};
+        if (!provider.empty() && ProviderGuidFromName(std::wstring(provider), &guid)) {
+            if (EventRegister(&guid, nullptr, nullptr, registration->handle.put()) != ERROR_SUCCESS)
+                registration->handle.release();
+        }
+        registrations_.push_back(std::move(registration));
+        current_.store(registrations_.back().get(), std::memory_order_release);
+        return *registrations_.back();
     }
 
+    std::atomic<const Registration*> current_{nullptr};
     std::mutex mutex_;
-    std::wstring provider_;
-    unique_etw_provider handle_;
+    std::vector<std::unique_ptr<Registration>> registrations_;
 };
 
+// The debugger output, written only while a debugger is attached to the process.
 class DebugOutputLogSink : public ILogSink {
 public:
+    bool IsEnabled(LogLevel, std::wstring_view) override { return IsDebuggerPresent() != FALSE; }
     void Write(const LogRecord& record) override {
-        std::wstring line = record.provider + L": " + record.text + L"\n";
+        std::wstring line = std::wstring(record.provider) + L": " + record.text + L"\n";
         OutputDebugStringW(line.c_str());
     }
 };

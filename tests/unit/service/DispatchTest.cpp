@@ -63,12 +63,21 @@ TEST_F(DispatchTest, NullInputAndOutputAreBothReportedAndOutputIsLeftAlone) {
 }
 
 TEST_F(DispatchTest, MalformedJsonGivesNoAnswerText) {
-    for (const wchar_t* bad : {L"{", L"", L"{\"IValue\":}", L"{} trailing", L"nul"}) {
+    // Unpaired surrogate escapes are not JSON text either: a lone low one, a high one followed by
+    // something else, a high one at the end.
+    for (const wchar_t* bad : {L"{", L"", L"{\"IValue\":}", L"{} trailing", L"nul", L"[\"\\uDC00\"]",
+                               L"{\"SValue\":\"a\\uDFFFb\"}", L"[\"\\uD800\\u0041\"]", L"[\"\\uD800\"]"}) {
         std::wstring input = bad;
         wchar_t* output = reinterpret_cast<wchar_t*>(0x1);
         EXPECT_EQ(service->ExecuteCommand(nullptr, 1, input.data(), &output, {}, nullptr), Status::kInvalidJson) << bad;
         EXPECT_EQ(output, nullptr) << bad;
     }
+}
+
+TEST_F(DispatchTest, PairedSurrogateEscapesAndRawSurrogatesAreText) {
+    EXPECT_EQ(Call(99, L"[\"\\uD83D\\uDE00\"]"), (Answer{Status::kUnsupportedFunction, L"{}"}));
+    // A raw lone surrogate code unit is passed through as text, as RapidJSON always did.
+    EXPECT_EQ(Call(99, L"[\"\xDC00\"]").status, Status::kUnsupportedFunction);
 }
 
 TEST_F(DispatchTest, DeeplyNestedOrHugeInputIsAnsweredNotCrashed) {
