@@ -44,6 +44,7 @@ test: native native-asan native-tsan mingw
 bench: native-release mingw
 	build/native-release/bin/execute_command_bench
 	build/native-release/bin/memory_bench
+	build/native-release/bin/monitor_bench
 	bench/wine-tool-launch
 
 fuzz: native-asan

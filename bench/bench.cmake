@@ -9,3 +9,7 @@ target_include_directories(execute_command_bench PRIVATE ${CMAKE_SOURCE_DIR})
 add_executable(memory_bench ${CMAKE_SOURCE_DIR}/bench/MemoryBench.cpp)
 target_link_libraries(memory_bench PRIVATE qv_native)
 target_include_directories(memory_bench PRIVATE ${CMAKE_SOURCE_DIR})
+
+add_executable(monitor_bench ${CMAKE_SOURCE_DIR}/bench/MonitorBench.cpp)
+target_link_libraries(monitor_bench PRIVATE qv_native)
+target_include_directories(monitor_bench PRIVATE ${CMAKE_SOURCE_DIR})

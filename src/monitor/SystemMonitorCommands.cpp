@@ -1,14 +1,22 @@
-// The SystemMonitor area's commands. Its helper is not part of this build yet: the rows answer
-// "unsupported function number" until it lands.
+// The device status event commands.
+#include "monitor/SystemMonitorHelper.h"
 #include "service/CommandTable.h"
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
 
 std::span<const CommandRow> SystemMonitorCommands() {
-    using F = CommandForm;
     static constexpr CommandRow rows[] = {
-        CommandRow::NotBuilt(31, "SystemMonitor.RegisterDeviceStatusChange", F::Delegated),
-        CommandRow::NotBuilt(32, "SystemMonitor.UnregisterDeviceStatusChange", F::Delegated),
+        // Given a copy of the callback and the session; the call lasts as long as the subscription.
+        CommandRow::Delegated(31, "SystemMonitor.RegisterDeviceStatusChange",
+                              [](CommandCall& call) {
+                                  return SystemMonitorHelper::GetInstance()->RegisterDeviceStatusChange(
+                                      &call.input, &call.output, call.callback, call.session);
+                              }),
+        CommandRow::Delegated(32, "SystemMonitor.UnregisterDeviceStatusChange",
+                              [](CommandCall& call) {
+                                  return SystemMonitorHelper::GetInstance()->UnregisterDeviceStatusChange(
+                                      &call.input, &call.output, call.session);
+                              }),
     };
     return rows;
 }

@@ -1,14 +1,24 @@
 #pragma once
+#include <string>
+
 #include "platform/Handles.h"
+#include "platform/Result.h"
 
 namespace Qv::platform {
 
-// Named kernel events of the device status subscriptions.
+// Named manual-reset kernel events, as the device status subscriptions signal across threads.
 class INamedEvents {
 public:
     virtual ~INamedEvents() = default;
-    // Closing a null handle does nothing; a failed close is not reported.
-    virtual void Close(EventHandle handle) = 0;
+    // A manual-reset event, initially clear; a second creation with the same name opens the same event.
+    virtual Result<EventHandle> CreateManualReset(const std::wstring& name) = 0;
+    virtual Result<void> Set(EventHandle handle) = 0;
+    virtual Result<void> Reset(EventHandle handle) = 0;
+    // Waits without a time limit until one of the two is set: 0 for `first`, 1 for `second`
+    // (`first` wins when both are).
+    virtual Result<int> WaitForEither(EventHandle first, EventHandle second) = 0;
+    // Closing a null handle does nothing.
+    virtual Result<void> Close(EventHandle handle) = 0;
 };
 
 }  // namespace Qv::platform

@@ -12,6 +12,9 @@ class IRpcCall {
 public:
     virtual ~IRpcCall() = default;
     virtual Result<uint32_t> CallerProcessId() = 0;
+    // The status of the current call as the RPC runtime reports it (1 cancelled, 2 the client
+    // is gone); a failure when there is no call information.
+    virtual Result<uint32_t> CallStatus() = 0;
     // The process opened for limited query access.
     virtual Result<OwnedHandle> OpenProcessForQuery(uint32_t processId) = 0;
     // A duplicate of another process handle with limited query access.

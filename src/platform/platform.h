@@ -4,9 +4,11 @@
 // device in platform/sim.
 #include <memory>
 
+#include "platform/IBattery.h"
 #include "platform/ICodeSignatures.h"
 #include "platform/IClock.h"
 #include "platform/IFileSystem.h"
+#include "platform/IMemoryStatus.h"
 #include "platform/INamedEvents.h"
 #include "platform/IProcessLauncher.h"
 #include "platform/IRpcCall.h"
@@ -27,6 +29,8 @@ public:
     virtual IProcessLauncher& Processes() = 0;
     virtual IRpcCall& Rpc() = 0;
     virtual IClock& Clock() = 0;
+    virtual IMemoryStatus& Memory() = 0;
+    virtual IBattery& Battery() = 0;
 };
 
 // The installed set. Throws std::logic_error when nothing was installed.

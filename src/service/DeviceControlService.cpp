@@ -75,19 +75,39 @@ int DeviceControlService::EndSession(void** sessionContext) {
     if (sessionContext != nullptr && *sessionContext != nullptr) {
         auto* context = static_cast<DeviceControlServiceContext*>(*sessionContext);
         auto& events = platform_.Events();
+        EndSubscriptions(*context);
         std::free(context->clientId);
         context->clientId = nullptr;
-        events.Close(context->batteryStopEvent);
-        events.Close(context->batteryChangeEvent);
+        (void)events.Close(context->batteryStopEvent);
+        (void)events.Close(context->batteryChangeEvent);
         context->batteryStopEvent = context->batteryChangeEvent = nullptr;
+        if (context->batteryStatusToken != 0) platform_.Battery().RemoveBatteryStatusChanged(context->batteryStatusToken);
+        if (context->remainingChargeToken != 0)
+            platform_.Battery().RemoveRemainingChargeChanged(context->remainingChargeToken);
+        context->batteryStatusToken = context->remainingChargeToken = 0;
         context->lastMemoryLoad = -1;
-        events.Close(context->memoryStopEvent);
-        events.Close(context->memoryChangeEvent);
+        (void)events.Close(context->memoryStopEvent);
+        (void)events.Close(context->memoryChangeEvent);
         context->memoryStopEvent = context->memoryChangeEvent = nullptr;
         delete context;
     }
     logger_->LogInfo(L"DeviceControlService::EndSession");
     return Status::kSuccess;
+}
+
+void DeviceControlService::EndSubscriptions(DeviceControlServiceContext& context) {
+    // A client should end its subscriptions (command 32) before its session. One that did not
+    // would leave a host thread waiting on events about to be closed, in a context about to be
+    // freed: stop it, and wait until it has closed its events.
+    std::unique_lock<std::mutex> lock(context.lock);
+    const auto stopped = [&](platform::EventHandle stop) { return stop != nullptr && platform_.Events().Set(stop).Ok(); };
+    const bool battery = stopped(context.batteryStopEvent);
+    const bool memory = stopped(context.memoryStopEvent);
+    if (!battery && !memory) return;
+    logger_->LogWarning(L"DeviceControlService::EndSession - ending a subscription still running");
+    context.subscriptionEnded.wait(lock, [&] {
+        return (!battery || context.batteryStopEvent == nullptr) && (!memory || context.memoryStopEvent == nullptr);
+    });
 }
 
 int DeviceControlService::ExecuteCommand(void* sessionContext, unsigned int functionId, wchar_t* input,

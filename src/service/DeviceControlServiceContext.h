@@ -1,6 +1,8 @@
 #pragma once
 // Per-session client context: created by StartSession, handed back by the host with every
 // command, freed by EndSession.
+#include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -23,8 +25,12 @@ struct DeviceControlServiceContext {
     std::wstring memoryEventNames[2];   // "qvml_" + UUID, "qvmtc_" + UUID
     int64_t batteryStatusToken = 0;
     int64_t remainingChargeToken = 0;
-    int32_t memoryThreshold = kDefaultMemoryThreshold;
-    int32_t lastMemoryLoad = -1;
+    // Read by the low-memory polling thread while the session's own threads change them.
+    std::atomic<int32_t> memoryThreshold{kDefaultMemoryThreshold};
+    std::atomic<int32_t> lastMemoryLoad{-1};
+    // Notified (under `lock`) when a subscription of this session has ended and closed its
+    // events, so that EndSession can end a subscription still running before freeing the context.
+    std::condition_variable subscriptionEnded;
 };
 
 }  // namespace Qv::Bridge::Server::Services::DeviceControl

@@ -2,6 +2,7 @@
 // A fresh service on its own simulated device, with the log captured.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,10 +36,12 @@ protected:
     }
 
     // Runs one command the way the host does and releases the answer through slot 4.
-    Answer Call(unsigned int number, const std::wstring& json = L"{}", void* session = nullptr) {
+    Answer Call(unsigned int number, const std::wstring& json = L"{}", void* session = nullptr,
+                std::function<void(wchar_t*)> callback = {}) {
         std::wstring input = json;
         wchar_t* output = nullptr;
-        Answer answer{service->ExecuteCommand(session, number, input.data(), &output, {}, nullptr), std::nullopt};
+        Answer answer{service->ExecuteCommand(session, number, input.data(), &output, std::move(callback), nullptr),
+                      std::nullopt};
         if (output != nullptr) answer.text = std::wstring(output);
         service->ReleaseOutput(output);
         return answer;

@@ -110,6 +110,27 @@ static void MakeLarge(QVHostFunction* function) {
 
 /* --- the host -------------------------------------------------------------------------------- */
 
+/* A low-memory subscription (command 31) held open on a thread of its own. */
+typedef struct Subscription {
+    QVServiceObject* service;
+    void* session;
+    int status;
+    wchar_t answer[64];
+} Subscription;
+
+static DWORD WINAPI Subscribe(void* argument) {
+    Subscription* subscription = (Subscription*)argument;
+    wchar_t request[] = L"{\"eventId\":1002,\"memoryThreshold\":0}";
+    wchar_t* output = NULL;
+    QVHostFunction callback;
+    MakeSmall(&callback);
+    subscription->status = subscription->service->slots->ExecuteCommand(
+        subscription->service, subscription->session, 31, request, &output, &callback, NULL);
+    if (output != NULL) wcsncpy(subscription->answer, output, 63);
+    subscription->service->slots->ReleaseOutput(subscription->service, output);
+    return 0;
+}
+
 static int Execute(QVServiceObject* service, void* session, unsigned number, const wchar_t* json, wchar_t** output,
                    int large) {
     QVHostFunction callback; /* the caller's temporary; the module ends it */
@@ -184,6 +205,24 @@ int main(void) {
     service->slots->ReleaseOutput(service, NULL);
     CHECK(1, "slot 4 releases 500 answers and a null text");
 
+    {
+        /* The module keeps a copy of the callback for its event messages and calls it from the
+           subscription's thread; command 32 on this thread ends the subscription. */
+        Subscription subscription = {service, session, -1, {0}};
+        wchar_t stop[] = L"{\"eventId\":1002}";
+        HANDLE thread = CreateThread(NULL, 0, Subscribe, &subscription, 0, NULL);
+        for (i = 0; i < 1000 && counts.calls == 0; ++i) Sleep(10);
+        CHECK(counts.calls == 1, "the subscription sent one low-memory message through the callback");
+        CHECK(service->slots->ExecuteCommand(service, session, 32, stop, &output, NULL, NULL) == 0 &&
+                  wcscmp(output, L"{\"result\":11}") == 0,
+              "command 32 on another thread stops it");
+        service->slots->ReleaseOutput(service, output);
+        WaitForSingleObject(thread, 10000);
+        CloseHandle(thread);
+        CHECK(subscription.status == 0 && wcscmp(subscription.answer, L"{\"result\":1}") == 0,
+              "command 31 then answers {\"result\":1}");
+    }
+
     service->slots->ReservedHook6(service);
     service->slots->ReservedHook7(service);
     service->slots->ReservedHook10(service);
@@ -197,7 +236,7 @@ int main(void) {
            counts.wrongRelease, counts.calls);
     CHECK(counts.made > 500 && counts.made == counts.destroyed, "every callback object was destroyed exactly once");
     CHECK(counts.wrongRelease == 0, "each was released as its storage asks");
-    CHECK(counts.calls == 0, "no command here sends events");
+    CHECK(counts.calls == 1, "only the subscription sent an event");
 
     printf("%d checks, %d failed\n", checks, failures);
     return failures == 0 ? 0 : 1;

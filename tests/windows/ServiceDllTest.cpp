@@ -1,5 +1,8 @@
 // The real DLL driven through its exported factory and interface.
 #include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
 #include <regex>
 #include <set>
 #include <string>
@@ -100,6 +103,61 @@ TEST_F(ServiceDllTest, AnswersAreReleasedInTheModulesHeap) {
     service->ReservedHooks();
     EXPECT_TRUE(service->OobeEventTask());
     service->SessionChangeTask(7, nullptr);
+}
+
+TEST_F(ServiceDllTest, LowMemorySubscriptionReportsTheRealLoadUntilStopped) {
+    wchar_t client[] = L"subscriber";
+    void* session = nullptr;
+    ASSERT_EQ(service->StartSession(client, &session), 0);
+    std::mutex mutex;
+    std::vector<std::wstring> messages;
+    int status = -1;
+    std::wstring answer;
+    std::thread subscription([&] {
+        std::wstring request = L"{\"eventId\":1002,\"memoryThreshold\":0}";
+        wchar_t* output = nullptr;
+        status = service->ExecuteCommand(session, 31, request.data(), &output, [&](wchar_t* text) {
+            std::lock_guard<std::mutex> lock(mutex);
+            messages.push_back(text);
+        });
+        if (output != nullptr) answer = output;
+        service->ReleaseOutput(output);
+    });
+    const auto count = [&] {
+        std::lock_guard<std::mutex> lock(mutex);
+        return messages.size();
+    };
+    for (int i = 0; i < 1000 && count() == 0; ++i) Sleep(10);
+
+    MEMORYSTATUSEX memory{};
+    memory.dwLength = sizeof(memory);
+    ASSERT_TRUE(GlobalMemoryStatusEx(&memory));
+    wchar_t* output = nullptr;
+    EXPECT_EQ(Call(32, L"{\"eventId\":1002}", &output, session), 0);
+    EXPECT_STREQ(output, L"{\"result\":11}");
+    service->ReleaseOutput(output);
+    subscription.join();
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(answer, L"{\"result\":1}");
+    ASSERT_EQ(messages.size(), 1u);
+    const std::wregex message(L"\\{\"eventId\":1002,\"memoryInUse\":([0-9]+)\\}");
+    std::wsmatch match;
+    ASSERT_TRUE(std::regex_match(messages[0], match, message)) << Core::Narrow(messages[0]);
+    EXPECT_NEAR(std::stoi(match[1].str()), static_cast<int>(memory.dwMemoryLoad), 2);
+    EXPECT_EQ(service->EndSession(&session), 0);
+}
+
+TEST_F(ServiceDllTest, BatterySubscriptionFailsWhereThePowerManagerIsMissing) {
+    wchar_t client[] = L"battery";
+    void* session = nullptr;
+    ASSERT_EQ(service->StartSession(client, &session), 0);
+    wchar_t* output = nullptr;
+    EXPECT_EQ(Call(31, L"{\"eventId\":1001}", &output, session), 0x20000002);
+    EXPECT_STREQ(output, L"{}");
+    service->ReleaseOutput(output);
+    EXPECT_NE(ServiceDll::Get().LogText().find("the power manager is not available, HRESULT 0x80040154"),
+              std::string::npos);
+    EXPECT_EQ(service->EndSession(&session), 0);
 }
 
 }  // namespace

@@ -54,6 +54,16 @@ check "tool: unknown function" "-1" "$(tool Accessory SetZoom '5')"
 check "tool: wrong argument" "-1" "$(tool Accessory SetMouseSpeed 'fast')"
 check "tool: missing argument" "-1" "$(tool Accessory GetMouseSpeed)"
 
+# Device status events through devicectl.exe subscribe.
+out=$(run subscribe 1002 --threshold 0 --for 1 2>&1)
+check "subscribe: one low-memory event" 1 "$(grep -c '^event: {"eventId":1002,"memoryInUse":[0-9]*}$' <<<"$out")"
+check "subscribe: 32 stops it" 1 "$(grep -c '^32: {"result":11}$' <<<"$out")"
+check "subscribe: then 31 answers 1" 1 "$(grep -c '^31: {"result":1}$' <<<"$out")"
+out=$(run subscribe 1001 --for 1 2>&1); rc=$?
+check "subscribe 1001 without a power manager" "status: 0x20000002 general failure" "$(grep '^status' <<<"$out")"
+check "subscribe 1001 exits 1" 1 "$rc"
+run subscribe 1002 --memory-load 50 >/dev/null 2>&1; check "--memory-load is for the native build" 2 "$?"
+
 # The same module beside an unsigned tool: nothing runs, the answers say so.
 unsigned="$QV_WINEPREFIX_DIR/drive_c/Program Files/DeviceControlUnsigned"
 mkdir -p "$unsigned"

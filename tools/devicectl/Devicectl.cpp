@@ -6,28 +6,31 @@
 #include <string>
 #include <vector>
 
-#include "core/status.h"
-#include "abi/HostView.h"
 #include "core/strings.h"
+#include "tools/devicectl/Host.h"
 #include "tools/devicectl/ServiceModule.h"
+#include "tools/devicectl/Subscribe.h"
 
 namespace Qv::Devicectl {
 namespace {
-
-constexpr int kExitOk = 0;
-constexpr int kExitStatus = 1;
-constexpr int kExitUsage = 2;
 
 const char* const kUsage =
     "usage: devicectl [options] call <number|name> [JSON]\n"
     "       devicectl [options] script [FILE|-]\n"
     "       devicectl [options] commands\n"
+    "       devicectl [options] subscribe <1001|1002> [--threshold N] [--for SECONDS] [--memory-load N,N,...]\n"
     "\n"
     "  call      start a session, run one command, print the answer, end the session.\n"
     "            <name> is <Area>.<Operation> (Accessory.GetMouseSpeed) or the operation alone\n"
     "            when it is unique; JSON defaults to {}.\n"
     "  script    run \"<command> [JSON]\" lines from FILE (or standard input) in one session.\n"
     "  commands  list the command table: number, name, form and whether this build has it.\n"
+    "  subscribe device status events (1001 battery, 1002 low memory): command 31 on one thread,\n"
+    "            each event printed as it arrives; after --for SECONDS (default 10) or Ctrl-C,\n"
+    "            command 32 on another thread of the same session, then 31's answer.\n"
+    "            --threshold N sets \"memoryThreshold\". --memory-load (native build only) steps the\n"
+    "            simulated device's memory load through the given percentages, one polling\n"
+    "            round each; with it, --for defaults to 0.\n"
     "\n"
     "options:\n"
     "  --dll PATH     service module to load (default: the one installed in %ProgramFiles%\\DeviceControl,\n"
@@ -37,17 +40,6 @@ const char* const kUsage =
     "  --help         this text\n"
     "\n"
     "exit code: 0 status 0, 1 any other status, 2 usage error or module not loadable.\n";
-
-void PrintLine(std::FILE* stream, const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), stream);
-    std::fputc('\n', stream);
-    std::fflush(stream);
-}
-
-int Usage(const std::string& message) {
-    PrintLine(stderr, "devicectl: " + message + " (devicectl --help for usage)");
-    return kExitUsage;
-}
 
 std::wstring Lower(std::wstring text) {
     std::transform(text.begin(), text.end(), text.begin(), [](wchar_t c) { return std::towlower(c); });
@@ -94,44 +86,6 @@ int ListCommands(ServiceModule& module) {
     std::fflush(stdout);
     return kExitOk;
 }
-
-// One service with one session, driven through the slot table as the host drives it.
-class HostSession {
-public:
-    HostSession(ServiceModule& module, std::wstring clientId)
-        : clientId_(std::move(clientId)), service_(module.CreateService()) {
-        if (service_) service_.StartSession(clientId_.data(), &session_);
-    }
-    ~HostSession() {
-        if (service_) service_.EndSession(&session_);
-    }
-    HostSession(const HostSession&) = delete;
-    HostSession& operator=(const HostSession&) = delete;
-
-    bool Ready() const { return static_cast<bool>(service_); }
-
-    // Prints the answer on stdout and a non-zero status on stderr; returns the status.
-    int Execute(unsigned int number, std::wstring json) {
-        wchar_t* answer = nullptr;
-        const int status = service_.ExecuteCommand(session_, number, json.data(), &answer, [](wchar_t* message) {
-            if (message != nullptr) PrintLine(stdout, "event: " + Core::Narrow(message));
-        });
-        if (answer != nullptr) PrintLine(stdout, Core::Narrow(answer));
-        service_.ReleaseOutput(answer);
-        if (status != 0) {
-            char line[96];
-            std::snprintf(line, sizeof line, "status: 0x%08x %s", static_cast<unsigned>(status),
-                          Qv::Status::Meaning(status));
-            PrintLine(stderr, line);
-        }
-        return status;
-    }
-
-private:
-    std::wstring clientId_;
-    Abi::HostService service_;
-    void* session_ = nullptr;
-};
 
 int CallCommand(ServiceModule& module, const std::wstring& word, std::wstring json, std::wstring clientId) {
     std::string error;
@@ -183,20 +137,77 @@ int RunScript(ServiceModule& module, std::FILE* input, std::wstring clientId) {
     return exitCode;
 }
 
+// A whole decimal number, or nullopt.
+std::optional<long long> ParseInteger(const std::wstring& text) {
+    if (text.empty() || text.size() > 12) return std::nullopt;
+    size_t i = text[0] == L'-' ? 1 : 0;
+    if (i == text.size()) return std::nullopt;
+    long long value = 0;
+    for (; i < text.size(); ++i) {
+        if (text[i] < L'0' || text[i] > L'9') return std::nullopt;
+        value = value * 10 + (text[i] - L'0');
+    }
+    return text[0] == L'-' ? -value : value;
+}
+
+// "--memory-load 79,85,90"
+std::optional<std::vector<int>> ParseLoads(const std::wstring& text) {
+    std::vector<int> loads;
+    size_t start = 0;
+    while (start <= text.size()) {
+        const size_t comma = text.find(L',', start);
+        const auto load = ParseInteger(text.substr(start, comma == std::wstring::npos ? comma : comma - start));
+        if (!load || *load < 0 || *load > 100) return std::nullopt;
+        loads.push_back(static_cast<int>(*load));
+        if (comma == std::wstring::npos) break;
+        start = comma + 1;
+    }
+    return loads;
+}
+
 }  // namespace
 
 int Run(const std::vector<std::wstring>& args) {
     ModuleOptions options;
     std::wstring clientId = L"devicectl";
+    SubscribeOptions subscribe;
+    bool subscribeOptions = false;
+    bool forGiven = false;
     std::vector<std::wstring> words;
     for (size_t i = 0; i < args.size(); ++i) {
         const std::wstring& arg = args[i];
+        const bool takesValue = arg == L"--dll" || arg == L"--client" || arg == L"--log" || arg == L"--threshold" ||
+                                arg == L"--for" || arg == L"--memory-load";
         if (arg == L"--help" || arg == L"-h") {
             std::fputs(kUsage, stdout);
             return kExitOk;
-        } else if (arg == L"--dll" || arg == L"--client" || arg == L"--log") {
+        } else if (takesValue) {
             if (i + 1 >= args.size()) return Usage(Core::Narrow(arg) + " needs a value");
-            (arg == L"--dll" ? options.dllPath : arg == L"--client" ? clientId : options.logFile) = args[++i];
+            const std::wstring& value = args[++i];
+            if (arg == L"--dll") {
+                options.dllPath = value;
+            } else if (arg == L"--client") {
+                clientId = value;
+            } else if (arg == L"--log") {
+                options.logFile = value;
+            } else {
+                subscribeOptions = true;
+                if (arg == L"--threshold") {
+                    const auto threshold = ParseInteger(value);
+                    if (!threshold || *threshold < -2147483648LL || *threshold > 2147483647LL)
+                        return Usage("--threshold takes a whole number");
+                    subscribe.threshold = static_cast<int>(*threshold);
+                } else if (arg == L"--for") {
+                    const auto seconds = ParseInteger(value);
+                    if (!seconds || *seconds < 0) return Usage("--for takes a number of seconds");
+                    subscribe.milliseconds = *seconds * 1000;
+                    forGiven = true;
+                } else {
+                    const auto loads = ParseLoads(value);
+                    if (!loads) return Usage("--memory-load takes percentages separated by commas");
+                    subscribe.memoryLoads = *loads;
+                }
+            }
         } else if (arg.size() > 2 && arg.compare(0, 2, L"--") == 0) {
             return Usage("unknown option " + Core::Narrow(arg));
         } else {
@@ -209,12 +220,20 @@ int Run(const std::vector<std::wstring>& args) {
     }
 
     const std::wstring& verb = words[0];
-    if (verb != L"call" && verb != L"commands" && verb != L"script")
+    if (verb != L"call" && verb != L"commands" && verb != L"script" && verb != L"subscribe")
         return Usage("unknown command '" + Core::Narrow(verb) + "'");
     if (verb == L"commands" && words.size() != 1) return Usage("'commands' takes no arguments");
     if (verb == L"call" && (words.size() < 2 || words.size() > 3))
         return Usage("'call' takes a command and an optional JSON text");
     if (verb == L"script" && words.size() > 2) return Usage("'script' takes at most one file");
+    if (subscribeOptions && verb != L"subscribe")
+        return Usage("--threshold, --for and --memory-load are options of 'subscribe'");
+    if (verb == L"subscribe") {
+        if (words.size() != 2 || (words[1] != L"1001" && words[1] != L"1002"))
+            return Usage("'subscribe' takes an event id: 1001 (battery) or 1002 (low memory)");
+        subscribe.eventId = words[1] == L"1001" ? 1001 : 1002;
+        if (!forGiven && !subscribe.memoryLoads.empty()) subscribe.milliseconds = 0;
+    }
 
     std::string error;
     std::unique_ptr<ServiceModule> module = LoadServiceModule(options, error);
@@ -224,6 +243,7 @@ int Run(const std::vector<std::wstring>& args) {
     }
     if (verb == L"commands") return ListCommands(*module);
     if (verb == L"call") return CallCommand(*module, words[1], words.size() == 3 ? words[2] : L"{}", clientId);
+    if (verb == L"subscribe") return Subscribe(*module, clientId, subscribe);
 
     std::FILE* input = stdin;
     if (words.size() == 2 && words[1] != L"-") {

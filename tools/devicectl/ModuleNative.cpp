@@ -1,5 +1,7 @@
 // Native devicectl: the service core linked in, running against the simulated device.
+#include <chrono>
 #include <memory>
+#include <thread>
 
 #include "core/logging.h"
 #include "core/strings.h"
@@ -11,14 +13,38 @@
 namespace Qv::Devicectl {
 namespace {
 
+// Waits until `done` holds, for at most two seconds (a subscription that was refused never polls).
+template <class Predicate>
+void WaitBriefly(Predicate done) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    while (!done() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
 class LinkedModule : public ServiceModule {
 public:
+    explicit LinkedModule(std::shared_ptr<Sim::SimDevice> device) : device_(std::move(device)) {}
+
     QVServiceObject* CreateService() override { return QVCreateService(); }
+    bool CanSimulateMemoryLoad() const override { return true; }
+    void SimulateMemoryLoad(int percent) override {
+        Sim::SimClock& clock = device_->SimulatedClock();
+        WaitBriefly([&] { return clock.Sleepers() > 0; });  // the polling thread is between rounds
+        const size_t rounds = clock.SleepUntilCalls();
+        device_->SimulatedMemory().SetMemoryLoad(static_cast<uint32_t>(percent));
+        clock.Advance(10000);
+        WaitBriefly([&] { return clock.SleepUntilCalls() > rounds; });
+        // The subscription's thread sends its message and waits again.
+        WaitBriefly([&] { return device_->SimulatedEvents().Waiters() > 0; });
+    }
     std::vector<QVCommandInfo> Commands() override {
         unsigned int count = 0;
         const QVCommandInfo* rows = QVDescribeCommands(&count);
         return std::vector<QVCommandInfo>(rows, rows + count);
     }
+
+private:
+    std::shared_ptr<Sim::SimDevice> device_;
 };
 
 }  // namespace
@@ -42,7 +68,7 @@ std::unique_ptr<ServiceModule> LoadServiceModule(const ModuleOptions& options, s
         }
         Bridge::Logging::LogManager::AddSink(sink);
     }
-    return std::make_unique<LinkedModule>();
+    return std::make_unique<LinkedModule>(device);
 }
 
 }  // namespace Qv::Devicectl

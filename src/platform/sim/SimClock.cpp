@@ -7,9 +7,45 @@ void SimClock::Sleep(uint32_t milliseconds) {
     sleeps_.Add(milliseconds);
 }
 
+uint64_t SimClock::SteadyMilliseconds() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return now_;
+}
+
+void SimClock::SleepUntil(uint64_t deadline) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    ++sleepers_;
+    ++sleepUntilCalls_;
+    changed_.notify_all();
+    changed_.wait(lock, [&] { return now_ >= deadline; });
+    --sleepers_;
+    changed_.notify_all();
+}
+
 std::vector<uint32_t> SimClock::Sleeps() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return sleeps_.Items();
+}
+
+void SimClock::Advance(uint64_t milliseconds) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    now_ += milliseconds;
+    changed_.notify_all();
+}
+
+size_t SimClock::Sleepers() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return sleepers_;
+}
+
+size_t SimClock::SleepUntilCalls() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return sleepUntilCalls_;
+}
+
+void SimClock::WaitForSleepers(size_t count) const {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [&] { return sleepers_ >= count; });
 }
 
 }  // namespace Qv::Sim

@@ -34,6 +34,12 @@ platform::Result<uint32_t> SimRpcCall::CallerProcessId() {
     return caller_.processId;
 }
 
+platform::Result<uint32_t> SimRpcCall::CallStatus() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (caller_.inquireStatus != 0) return platform::Failure{caller_.inquireStatus};
+    return caller_.callStatus;
+}
+
 platform::Result<platform::OwnedHandle> SimRpcCall::OpenProcessForQuery(uint32_t processId) {
     {
         std::lock_guard<std::mutex> lock(mutex_);

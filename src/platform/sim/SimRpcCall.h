@@ -13,6 +13,7 @@ struct SimCaller {
     bool processAlive = true;        // false: OpenProcess fails
     std::wstring packageFamilyName;  // empty: an unpackaged process (APPMODEL_ERROR_NO_PACKAGE)
     int32_t impersonateStatus = 0;
+    uint32_t callStatus = 0;  // 1: the call was cancelled, 2: the client is gone
 };
 
 class SimRpcCall : public platform::IRpcCall {
@@ -20,6 +21,7 @@ public:
     explicit SimRpcCall(SimWorld& world) : world_(world) {}
 
     platform::Result<uint32_t> CallerProcessId() override;
+    platform::Result<uint32_t> CallStatus() override;
     platform::Result<platform::OwnedHandle> OpenProcessForQuery(uint32_t processId) override;
     platform::Result<platform::OwnedHandle> DuplicateForQuery(void* processHandle) override;
     platform::Result<void> ImpersonateClient() override;

@@ -1,9 +1,11 @@
 #pragma once
 // The Windows adapters behind the ports, composed; installed by the DLL when it is attached.
 #include "platform/platform.h"
+#include "platform/windows/WinBattery.h"
 #include "platform/windows/WinClock.h"
 #include "platform/windows/WinCodeSignatures.h"
 #include "platform/windows/WinFileSystem.h"
+#include "platform/windows/WinMemoryStatus.h"
 #include "platform/windows/WinNamedEvents.h"
 #include "platform/windows/WinProcessLauncher.h"
 #include "platform/windows/WinRpcCall.h"
@@ -22,6 +24,8 @@ public:
     IProcessLauncher& Processes() override { return processes_; }
     IRpcCall& Rpc() override { return rpc_; }
     IClock& Clock() override { return clock_; }
+    IMemoryStatus& Memory() override { return memory_; }
+    IBattery& Battery() override { return battery_; }
 
 private:
     WinUuidGenerator uuids_;
@@ -32,6 +36,8 @@ private:
     WinProcessLauncher processes_;
     WinRpcCall rpc_;
     WinClock clock_;
+    WinMemoryStatus memory_;
+    WinBattery battery_;
 };
 
 }  // namespace Qv::platform::windows

@@ -24,6 +24,16 @@ Result<uint32_t> WinRpcCall::CallerProcessId() {
     return static_cast<uint32_t>(reinterpret_cast<ULONG_PTR>(attributes.ClientPID));
 }
 
+Result<uint32_t> WinRpcCall::CallStatus() {
+    if (underWine_) return Failure{RPC_S_NO_CALL_ACTIVE};
+    // Version 2 and later report the call's status with every inquiry.
+    sdk::RpcCallAttributesV3 attributes{};
+    attributes.Version = 3;
+    const RPC_STATUS status = RpcServerInqCallAttributesW(nullptr, &attributes);
+    if (status != RPC_S_OK) return Failure{status};
+    return static_cast<uint32_t>(attributes.CallStatus);
+}
+
 Result<OwnedHandle> WinRpcCall::OpenProcessForQuery(uint32_t processId) {
     unique_handle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
     if (!process) return Failure{static_cast<int32_t>(GetLastError())};

@@ -9,6 +9,7 @@ class WinRpcCall : public IRpcCall {
 public:
     WinRpcCall();
     Result<uint32_t> CallerProcessId() override;
+    Result<uint32_t> CallStatus() override;
     Result<OwnedHandle> OpenProcessForQuery(uint32_t processId) override;
     Result<OwnedHandle> DuplicateForQuery(void* processHandle) override;
     Result<void> ImpersonateClient() override;

@@ -77,6 +77,8 @@ private:
 namespace detail {
 inline bool valid_handle(HANDLE h) { return h != nullptr && h != INVALID_HANDLE_VALUE; }
 inline void close_handle(HANDLE h) { ::CloseHandle(h); }
+// For the few callers that report a failed close.
+inline bool close_handle_checked(HANDLE h) { return ::CloseHandle(h) != FALSE; }
 inline void close_key(HKEY key) { ::RegCloseKey(key); }
 inline void free_library(HMODULE module) { ::FreeLibrary(module); }
 inline void destroy_environment(void* block) { ::DestroyEnvironmentBlock(block); }

@@ -75,16 +75,22 @@ TEST_F(SessionTest, NullPlacesAreLoggedAndSucceed) {
     EXPECT_EQ(log->Count(LogLevel::Info, L"DeviceControlService::EndSession"), 2u);
 }
 
-TEST_F(SessionTest, EndSessionClosesOpenEventHandles) {
+TEST_F(SessionTest, EndSessionClosesOpenEventHandlesAndRemovesBatteryRegistrations) {
     void* handle = nullptr;
     service->StartSession(nullptr, &handle);
     auto* context = static_cast<DeviceControlServiceContext*>(handle);
-    context->batteryStopEvent = reinterpret_cast<platform::EventHandle>(0x10);
-    context->memoryChangeEvent = reinterpret_cast<platform::EventHandle>(0x20);
+    auto& events = device.Events();
+    context->batteryChangeEvent = *events.CreateManualReset(context->batteryEventNames[1]);
+    context->memoryChangeEvent = *events.CreateManualReset(context->memoryEventNames[1]);
+    const std::vector<platform::EventHandle> open{context->batteryChangeEvent, context->memoryChangeEvent};
+    auto& battery = device.SimulatedBattery();
+    context->batteryStatusToken = *battery.AddBatteryStatusChanged([] {});
+    context->remainingChargeToken = *battery.AddRemainingChargeChanged([] {});
+
     service->EndSession(&handle);
-    EXPECT_EQ(device.ClosedEvents(),
-              (std::vector<platform::EventHandle>{reinterpret_cast<platform::EventHandle>(0x10),
-                                                  reinterpret_cast<platform::EventHandle>(0x20)}));
+    EXPECT_EQ(device.ClosedEvents(), open);
+    EXPECT_EQ(device.SimulatedEvents().OpenHandles(), 0u);
+    EXPECT_EQ(battery.Registrations(), 0u);
 }
 
 TEST_F(SessionTest, OnlyLogonAndUnlockAreHandled) {
