@@ -16,10 +16,11 @@ add_library(DeviceControlService SHARED
   ${QV_WINDOWS_ADAPTERS})
 set_target_properties(DeviceControlService PROPERTIES PREFIX "" IMPORT_PREFIX "")
 target_compile_definitions(DeviceControlService PRIVATE QV_BUILDING_DLL)
-target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcrypt wintrust crypt32 userenv runtimeobject ole32)
+target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcrypt wintrust crypt32 userenv runtimeobject
+                      wbemuuid ole32 oleaut32)
 target_link_options(DeviceControlService PRIVATE ${QV_STATIC_LINK})
 
-add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/Host.cpp tools/devicectl/Subscribe.cpp
+add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/Host.cpp tools/devicectl/Info.cpp tools/devicectl/Subscribe.cpp
   tools/devicectl/ModuleWindows.cpp $<TARGET_OBJECTS:qv_core>)
 target_include_directories(devicectl PRIVATE ${CMAKE_SOURCE_DIR})
 target_link_libraries(devicectl PRIVATE qv_core)
@@ -28,7 +29,8 @@ add_dependencies(devicectl DeviceControlService)
 
 # The tool the service runs in the user's session. The product build ships it unsigned, for the
 # maker to sign; the test build also makes a copy signed with the test key (bin/signed/).
-add_executable(DeviceControlTool tools/DeviceControlTool/Main.cpp tools/DeviceControlTool/Accessory.cpp)
+add_executable(DeviceControlTool tools/DeviceControlTool/Main.cpp tools/DeviceControlTool/Accessory.cpp
+  tools/DeviceControlTool/Notification.cpp)
 target_include_directories(DeviceControlTool PRIVATE ${CMAKE_SOURCE_DIR})
 # Stripped: the module hashes the whole file before every run, so every byte costs.
 target_link_options(DeviceControlTool PRIVATE ${QV_STATIC_LINK} -municode -s)
@@ -95,5 +97,16 @@ target_link_options(windows_security_tests PRIVATE ${QV_STATIC_LINK})
 add_dependencies(windows_security_tests trust_test_files)
 add_test(NAME windows_security_tests COMMAND windows_security_tests)
 set_tests_properties(windows_security_tests PROPERTIES ENVIRONMENT "QV_DEVICECONTROL_LOG=C:\\windows\\temp\\devicecontrol-security-tests.log")
+# WMI, device information, firmware and power of the real DLL; the exported helpers imported.
+add_executable(windows_platform_tests tests/windows/PlatformTest.cpp $<TARGET_OBJECTS:qv_core>)
+target_include_directories(windows_platform_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+target_compile_definitions(windows_platform_tests PRIVATE QV_USING_DLL)
+target_link_libraries(windows_platform_tests PRIVATE qv_core DeviceControlService gtest gtest_main wbemuuid ole32
+                      oleaut32)
+target_link_options(windows_platform_tests PRIVATE ${QV_STATIC_LINK})
+add_test(NAME windows_platform_tests COMMAND windows_platform_tests)
+set_tests_properties(windows_platform_tests PROPERTIES ENVIRONMENT
+  "QV_DEVICECONTROL_LOG=C:\\windows\\temp\\devicecontrol-platform-tests.log")
+
 add_test(NAME devicectl_cli COMMAND bash ${CMAKE_SOURCE_DIR}/tests/windows/devicectl_cli.sh ${CMAKE_BINARY_DIR}/bin)
 set_tests_properties(devicectl_cli PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURCE_DIR}")

@@ -102,8 +102,13 @@ typedef struct QVCommandInfo {
 
 /* The factory: a fresh service on every call; the host destroys it through slot 0. */
 QV_API QVServiceObject* QVCreateService(void);
-/* Development aid for devicectl: the command table of this build. */
+/* Development aids for devicectl. The command table of this build: */
 QV_API const QVCommandInfo* QVDescribeCommands(unsigned int* count);
+/* What the module sees of the machine, as a compact JSON object with "hostName", "processor",
+ * "productName", "productNumber", "serialNumber" and "installedMemory" (bytes). Written into
+ * `buffer` when `capacity` wide characters hold it; answers the characters it needs, with the
+ * terminator. */
+QV_API unsigned int QVDescribeDevice(wchar_t* buffer, unsigned int capacity);
 
 #ifdef __cplusplus
 }

@@ -1,9 +1,8 @@
-// The module's exports and the Visual C++-shaped service object the host drives. Each slot
+// The module's factory and the Visual C++-shaped service object the host drives. Each slot
 // adapts the host's call to DeviceControlService; nothing behind this file knows the layout.
 #include <cstdlib>
 #include <exception>
 #include <new>
-#include <vector>
 
 #include "abi/HostCallback.h"
 #include "core/logging.h"
@@ -17,7 +16,6 @@ namespace {
 using Bridge::Logging::LogManager;
 using Bridge::Server::Services::DeviceControl::CommandTable;
 using Bridge::Server::Services::DeviceControl::DeviceControlService;
-using Bridge::Server::Services::DeviceControl::FormName;
 
 // The object handed to the host: the slot table first, then our service.
 struct BoundaryService {
@@ -116,16 +114,4 @@ extern "C" QV_API QVServiceObject* QVCreateService() {
     LogManager::SetProvider(Qv::Bridge::Logging::kLogProvider);
     LogManager::GetLogger()->LogInfo(L"DeviceControlService::() - Checking if service needs to be loaded.");
     return &boundary->object;
-}
-
-extern "C" QV_API const QVCommandInfo* QVDescribeCommands(unsigned int* count) {
-    using namespace Qv::Abi;
-    static const std::vector<QVCommandInfo> rows = [] {
-        std::vector<QVCommandInfo> out;
-        for (const auto& row : CommandTable::Standard().Rows())
-            out.push_back({row.number, row.name, FormName(row.form), row.Live() ? 1 : 0});
-        return out;
-    }();
-    if (count != nullptr) *count = static_cast<unsigned int>(rows.size());
-    return rows.data();
 }

@@ -10,10 +10,10 @@ const char* Meaning(int status) {
         case kInvalidJson: return "input is not valid JSON";
         case kValueNotRead: return "a value could not be read";
         case kArgumentCheckFailed: return "the request failed the argument check";
-        case 0x2000000d: return "the WMI property does not exist";
-        case 0x2000000f: return "the WMI class does not exist";
-        case 0x20000010: return "the WMI query is invalid";
-        case 0x20000012: return "the WMI namespace does not exist";
+        case kWmiPropertyNotFound: return "the WMI property does not exist";
+        case kWmiClassNotFound: return "the WMI class does not exist";
+        case kWmiInvalidQuery: return "the WMI query is invalid";
+        case kWmiInvalidNamespace: return "the WMI namespace does not exist";
         default: return "unknown status";
     }
 }

@@ -1,15 +1,19 @@
-// The System area's commands. Its helper is not part of this build yet: the rows answer
-// "unsupported function number" until it lands.
+// The firmware system mode commands.
+#include "firmware/SystemHelper.h"
 #include "service/CommandTable.h"
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
 
 std::span<const CommandRow> SystemCommands() {
-    using F = CommandForm;
     static constexpr CommandRow rows[] = {
-        CommandRow::NotBuilt(131, "System.IsSystemModeSupported", F::Inline),
-        CommandRow::NotBuilt(132, "System.GetSystemMode", F::Inline),
-        CommandRow::NotBuilt(133, "System.SetSystemMode", F::Delegated),
+        CommandRow::Inline(131, "System.IsSystemModeSupported",
+                           [](CommandCall&) -> InlineResult { return SystemHelper::GetInstance()->IsSystemModeSupported(); }),
+        CommandRow::Inline(132, "System.GetSystemMode",
+                           [](CommandCall&) -> InlineResult { return SystemHelper::GetInstance()->GetSystemMode(); }),
+        CommandRow::Delegated(133, "System.SetSystemMode",
+                              [](CommandCall& call) {
+                                  return SystemHelper::GetInstance()->SetSystemMode(&call.input, &call.output);
+                              }),
     };
     return rows;
 }

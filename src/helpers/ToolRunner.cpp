@@ -15,7 +15,7 @@ std::wstring ToolRunner::CommandLine(const std::wstring& toolPath, const std::ws
 }
 
 bool ToolRunner::Run(const std::wstring& area, const std::wstring& function, const std::wstring& argument,
-                     std::wstring& reply) {
+                     std::wstring& reply, Reply minusOne) {
     UserSession user(platform_);
     const std::wstring tool = user.ResolveModuleFile(kToolName);
 
@@ -33,15 +33,15 @@ bool ToolRunner::Run(const std::wstring& area, const std::wstring& function, con
 
     std::wstring output;
     if (!user.RunAsUserAndCapture(tool, CommandLine(tool, area, function, argument), output)) return false;
-    if (output == L"-1") return false;
+    if (output == L"-1" && minusOne == Reply::MinusOneFails) return false;
     reply = output;
     return true;
 }
 
 std::optional<int> ToolRunner::RunForInteger(const std::wstring& area, const std::wstring& function,
-                                             const std::wstring& argument) {
+                                             const std::wstring& argument, Reply minusOne) {
     std::wstring reply;
-    if (!Run(area, function, argument, reply)) return std::nullopt;
+    if (!Run(area, function, argument, reply, minusOne)) return std::nullopt;
     try {
         return std::stoi(reply);
     } catch (const std::invalid_argument&) {

@@ -12,6 +12,9 @@ constexpr const wchar_t* kToolName = L"DeviceControlTool.exe";
 
 class ToolRunner {
 public:
+    // How a reply of "-1" reads: as a failed run (the device helpers), or as the integer it is.
+    enum class Reply { MinusOneFails, AnyInteger };
+
     explicit ToolRunner(platform::Platform& platform) : platform_(platform) {}
 
     // The command line for a verified tool path. The path is quoted so that a folder with
@@ -22,12 +25,12 @@ public:
     // The tool's first output line; false when the tool is missing or untrusted, cannot be run,
     // or answers "-1". Nothing is started for an untrusted tool.
     bool Run(const std::wstring& area, const std::wstring& function, const std::wstring& argument,
-             std::wstring& reply);
+             std::wstring& reply, Reply minusOne = Reply::MinusOneFails);
 
     // Run, with the reply read as an integer the way std::stoi reads it; nullopt on failure or
     // when the reply is not a number.
     std::optional<int> RunForInteger(const std::wstring& area, const std::wstring& function,
-                                     const std::wstring& argument);
+                                     const std::wstring& argument, Reply reply = Reply::MinusOneFails);
 
 private:
     platform::Platform& platform_;

@@ -10,10 +10,12 @@
 #include "platform/IFileSystem.h"
 #include "platform/IMemoryStatus.h"
 #include "platform/INamedEvents.h"
+#include "platform/IPowerApi.h"
 #include "platform/IProcessLauncher.h"
 #include "platform/IRpcCall.h"
 #include "platform/IUserSession.h"
 #include "platform/IUuidGenerator.h"
+#include "platform/IWmi.h"
 
 namespace Qv::platform {
 
@@ -31,6 +33,8 @@ public:
     virtual IClock& Clock() = 0;
     virtual IMemoryStatus& Memory() = 0;
     virtual IBattery& Battery() = 0;
+    virtual IWmi& Wmi() = 0;
+    virtual IPowerApi& Power() = 0;
 };
 
 // The installed set. Throws std::logic_error when nothing was installed.

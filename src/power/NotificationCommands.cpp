@@ -1,14 +1,17 @@
-// The Notification area's commands. Its helper is not part of this build yet: the rows answer
-// "unsupported function number" until it lands.
+// The notification toast commands.
+#include "power/NotificationHelper.h"
 #include "service/CommandTable.h"
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
 
 std::span<const CommandRow> NotificationCommands() {
-    using F = CommandForm;
     static constexpr CommandRow rows[] = {
-        CommandRow::NotBuilt(121, "Notification.GetToastOnOff", F::Inline),
-        CommandRow::NotBuilt(122, "Notification.SetToastOnOff", F::Delegated),
+        CommandRow::Inline(121, "Notification.GetToastOnOff",
+                           [](CommandCall&) -> InlineResult { return NotificationHelper::GetInstance()->GetToastOnOff(); }),
+        CommandRow::Delegated(122, "Notification.SetToastOnOff",
+                              [](CommandCall& call) {
+                                  return NotificationHelper::GetInstance()->SetToastOnOff(&call.input, &call.output);
+                              }),
     };
     return rows;
 }

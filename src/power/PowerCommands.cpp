@@ -1,15 +1,25 @@
-// The Power area's commands. Its helper is not part of this build yet: the rows answer
-// "unsupported function number" until it lands.
+// The power mode commands.
+#include "core/status.h"
+#include "power/PowerHelper.h"
 #include "service/CommandTable.h"
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
 
 std::span<const CommandRow> PowerCommands() {
-    using F = CommandForm;
     static constexpr CommandRow rows[] = {
-        CommandRow::NotBuilt(101, "Power.IsPowerSupported", F::Inline),
-        CommandRow::NotBuilt(102, "Power.GetPowerMode", F::Inline),
-        CommandRow::NotBuilt(103, "Power.SetPowerMode", F::Delegated),
+        // The flag the helper found when it was made.
+        CommandRow::Inline(101, "Power.IsPowerSupported",
+                           [](CommandCall&) -> InlineResult { return PowerHelper::GetInstance()->IsPowerSupported(); }),
+        CommandRow::Inline(102, "Power.GetPowerMode",
+                           [](CommandCall&) -> InlineResult {
+                               const int mode = PowerHelper::GetInstance()->GetPowerMode();
+                               if (mode < 0) return InlineResult::Failed(Status::kValueNotRead);
+                               return mode;
+                           }),
+        CommandRow::Delegated(103, "Power.SetPowerMode",
+                              [](CommandCall& call) {
+                                  return PowerHelper::GetInstance()->SetPowerMode(&call.input, &call.output);
+                              }),
     };
     return rows;
 }

@@ -54,6 +54,19 @@ check "tool: unknown function" "-1" "$(tool Accessory SetZoom '5')"
 check "tool: wrong argument" "-1" "$(tool Accessory SetMouseSpeed 'fast')"
 check "tool: missing argument" "-1" "$(tool Accessory GetMouseSpeed)"
 
+# Toasts: the per-user setting, changed by the signed tool as the user, and read back.
+check "toasts off" '{"result":true}' "$(run call Notification.SetToastOnOff '{"BValue":false}')"
+check "read back off" '{"result":false}' "$(run call 121)"
+check "in the user's registry" "0x0" "$(WINEPREFIX=$QV_WINEPREFIX_DIR wine reg query 'HKCU\Software\Microsoft\Windows\CurrentVersion\PushNotifications' /v ToastEnabled 2>/dev/null | tr -d '\r' | awk '/ToastEnabled/ {print $3}')"
+check "toasts on" '{"result":true}' "$(run call 122 '{"BValue":true}')"
+check "read back on" '{"result":true}' "$(run call GetToastOnOff)"
+check "BValue must be a boolean" 1 "$(run call 122 '{"BValue":1}' >/dev/null 2>&1; echo $?)"
+
+# What the module sees of the machine.
+info=$(run info)
+check "info: the processor" 1 "$(grep -c '^processor: *[^ (]' <<<"$info")"
+check "info: the installed memory" 1 "$(grep -c '^installed memory: [1-9][0-9]* bytes' <<<"$info")"
+
 # Device status events through devicectl.exe subscribe.
 out=$(run subscribe 1002 --threshold 0 --for 1 2>&1)
 check "subscribe: one low-memory event" 1 "$(grep -c '^event: {"eventId":1002,"memoryInUse":[0-9]*}$' <<<"$out")"

@@ -6,6 +6,7 @@
 namespace Qv::Tool {
 
 std::wstring Accessory(const std::wstring& function, const std::wstring& argument);
+std::wstring Notification(const std::wstring& function, const std::wstring& argument);
 
 // The argument as a whole decimal integer; false for anything else.
 bool ParseInteger(const std::wstring& text, int& value);

@@ -27,6 +27,7 @@ int wmain(int argc, wchar_t** argv) {
     if (argc == 4) {
         const std::wstring area = argv[1];
         if (area == L"Accessory") answer = Qv::Tool::Accessory(argv[2], argv[3]);
+        if (area == L"Notification") answer = Qv::Tool::Notification(argv[2], argv[3]);
     }
     std::printf("%ls\n", answer.c_str());
     return answer == L"-1" ? 1 : 0;

@@ -26,6 +26,11 @@ public:
     explicit LinkedModule(std::shared_ptr<Sim::SimDevice> device) : device_(std::move(device)) {}
 
     QVServiceObject* CreateService() override { return QVCreateService(); }
+    std::wstring DescribeDevice() override {
+        std::wstring text(QVDescribeDevice(nullptr, 0), L'\0');
+        text.resize(QVDescribeDevice(text.data(), static_cast<unsigned int>(text.size())) - 1);
+        return text;
+    }
     bool CanSimulateMemoryLoad() const override { return true; }
     void SimulateMemoryLoad(int percent) override {
         Sim::SimClock& clock = device_->SimulatedClock();

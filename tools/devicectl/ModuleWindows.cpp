@@ -15,11 +15,12 @@ namespace {
 
 using CreateServiceFn = QVServiceObject* (*)();
 using DescribeCommandsFn = const QVCommandInfo* (*)(unsigned int*);
+using DescribeDeviceFn = unsigned int (*)(wchar_t*, unsigned int);
 
 class DllModule : public ServiceModule {
 public:
-    DllModule(HMODULE module, CreateServiceFn create, DescribeCommandsFn describe)
-        : module_(module), create_(create), describe_(describe) {}
+    DllModule(HMODULE module, CreateServiceFn create, DescribeCommandsFn describe, DescribeDeviceFn device)
+        : module_(module), create_(create), describe_(describe), device_(device) {}
     // The module stays loaded until devicectl exits, as in the host.
 
     QVServiceObject* CreateService() override { return create_(); }
@@ -29,11 +30,18 @@ public:
         const QVCommandInfo* rows = describe_(&count);
         return std::vector<QVCommandInfo>(rows, rows + count);
     }
+    std::wstring DescribeDevice() override {
+        if (device_ == nullptr) return {};
+        std::wstring text(device_(nullptr, 0), L'\0');
+        text.resize(device_(text.data(), static_cast<unsigned int>(text.size())) - 1);
+        return text;
+    }
 
 private:
     HMODULE module_;
     CreateServiceFn create_;
     DescribeCommandsFn describe_;
+    DescribeDeviceFn device_;
 };
 
 // The installed module when there is one (%ProgramFiles%\DeviceControl), else the one beside devicectl.
@@ -66,7 +74,8 @@ std::unique_ptr<ServiceModule> LoadServiceModule(const ModuleOptions& options, s
         return nullptr;
     }
     auto describe = platform::windows::proc_address<DescribeCommandsFn>(module, "QVDescribeCommands");
-    return std::make_unique<DllModule>(module, create, describe);
+    auto device = platform::windows::proc_address<DescribeDeviceFn>(module, "QVDescribeDevice");
+    return std::make_unique<DllModule>(module, create, describe, device);
 }
 
 }  // namespace Qv::Devicectl

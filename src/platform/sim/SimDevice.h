@@ -12,10 +12,12 @@
 #include "platform/sim/SimFileSystem.h"
 #include "platform/sim/SimMemoryStatus.h"
 #include "platform/sim/SimNamedEvents.h"
+#include "platform/sim/SimPowerApi.h"
 #include "platform/sim/SimProcessLauncher.h"
 #include "platform/sim/SimRpcCall.h"
 #include "platform/sim/SimUserSession.h"
 #include "platform/sim/SimUuidGenerator.h"
+#include "platform/sim/SimWmi.h"
 #include "platform/sim/SimWorld.h"
 
 namespace Qv::Sim {
@@ -34,12 +36,16 @@ public:
     platform::IClock& Clock() override { return clock_; }
     platform::IMemoryStatus& Memory() override { return memory_; }
     platform::IBattery& Battery() override { return battery_; }
+    platform::IWmi& Wmi() override { return wmi_; }
+    platform::IPowerApi& Power() override { return power_; }
 
     // The fakes whose state tests drive directly.
     SimClock& SimulatedClock() { return clock_; }
     SimNamedEvents& SimulatedEvents() { return events_; }
     SimMemoryStatus& SimulatedMemory() { return memory_; }
     SimBattery& SimulatedBattery() { return battery_; }
+    SimWmi& SimulatedWmi() { return wmi_; }
+    SimPowerApi& SimulatedPower() { return power_; }
 
     // --- arrangement ---
     void SetSignatures(const std::wstring& path, std::vector<platform::RawSignature> signatures);
@@ -86,6 +92,8 @@ private:
     SimClock clock_;
     SimMemoryStatus memory_;
     SimBattery battery_;
+    SimWmi wmi_;
+    SimPowerApi power_;
 };
 
 }  // namespace Qv::Sim

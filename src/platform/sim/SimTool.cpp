@@ -14,6 +14,7 @@ std::string RunSimTool(SimTool& tool, const std::vector<std::wstring>& args) {
     if (scripted != tool.replies.end()) return scripted->second;
     std::string line;
     if (area == L"Accessory") line = RunAccessory(tool.accessory, function, argument);
+    if (area == L"Notification") line = RunNotification(tool.notification, function, argument);
     return (line.empty() ? "-1" : line) + "\r\n";
 }
 

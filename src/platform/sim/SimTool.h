@@ -13,8 +13,14 @@ struct SimAccessoryState {
     bool buttonsSwapped = false;
 };
 
+// The user's notification toasts.
+struct SimNotificationState {
+    bool toastEnabled = true;
+};
+
 struct SimTool {
     SimAccessoryState accessory;
+    SimNotificationState notification;
     // Scripted replies by function word, taking precedence over the tool's own behaviour
     // (e.g. "GetMouseSpeed" -> "-1\r\n").
     std::map<std::wstring, std::string> replies;
@@ -26,6 +32,7 @@ std::string RunSimTool(SimTool& tool, const std::vector<std::wstring>& args);
 
 // The areas.
 std::string RunAccessory(SimAccessoryState& state, const std::wstring& function, const std::wstring& argument);
+std::string RunNotification(SimNotificationState& state, const std::wstring& function, const std::wstring& argument);
 
 // The argument as a whole decimal integer, as the real tool reads it.
 bool ParseToolInteger(const std::wstring& text, int& value);

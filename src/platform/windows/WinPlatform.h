@@ -7,10 +7,12 @@
 #include "platform/windows/WinFileSystem.h"
 #include "platform/windows/WinMemoryStatus.h"
 #include "platform/windows/WinNamedEvents.h"
+#include "platform/windows/WinPowerApi.h"
 #include "platform/windows/WinProcessLauncher.h"
 #include "platform/windows/WinRpcCall.h"
 #include "platform/windows/WinUserSession.h"
 #include "platform/windows/WinUuidGenerator.h"
+#include "platform/windows/WinWmi.h"
 
 namespace Qv::platform::windows {
 
@@ -26,6 +28,8 @@ public:
     IClock& Clock() override { return clock_; }
     IMemoryStatus& Memory() override { return memory_; }
     IBattery& Battery() override { return battery_; }
+    IWmi& Wmi() override { return wmi_; }
+    IPowerApi& Power() override { return power_; }
 
 private:
     WinUuidGenerator uuids_;
@@ -38,6 +42,8 @@ private:
     WinClock clock_;
     WinMemoryStatus memory_;
     WinBattery battery_;
+    WinWmi wmi_;
+    WinPowerApi power_;
 };
 
 }  // namespace Qv::platform::windows

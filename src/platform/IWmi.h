@@ -1,0 +1,58 @@
+#pragma once
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace Qv::platform {
+
+// One property value as WMI gives it, in the types the module keeps: 32-bit integers, strings,
+// booleans and arrays of them (byte arrays become integer arrays).
+using WmiValue = std::variant<int32_t, std::wstring, bool, std::vector<int32_t>, std::vector<std::wstring>,
+                              std::vector<bool>>;
+
+// A COM or WMI call that failed: which step of which operation, and its HRESULT.
+struct WmiCallFailure {
+    const char* operation;  // "ConnectToWmi", "EnumClassObject", "GetPropertyValue", "GetReady", ...
+    const wchar_t* call;    // "IWbemLocator->ConnectServer(WmiNamespace)", ...
+    int32_t hresult;
+};
+
+// What a property read gave: a value per instance read (instances without a value of a kept type
+// give none), and every call that failed on the way, in order. A failure of an initialisation step
+// ends the read; a tolerated one does not (the read goes on).
+struct WmiPropertyRead {
+    std::vector<WmiValue> values;
+    std::vector<WmiCallFailure> failures;
+};
+
+// One command to the firmware's WMI method channel.
+struct FirmwareRequest {
+    std::wstring methodName;    // "qvkBIOSInt" + the output size
+    std::vector<uint8_t> sign;  // the input block's signature bytes
+    int32_t command = 0;
+    int32_t commandType = 0;
+    std::vector<uint8_t> data;  // the input bytes ("Size" is their count)
+    uint32_t outputSize = 0;    // output bytes asked for; 0: "Data" is not read
+};
+
+struct FirmwareReply {
+    std::optional<WmiCallFailure> failure;  // the call that ended the command
+    int32_t returnCode = 0;                 // "rwReturnCode", when the method ran
+    bool hasData = false;                   // "Data" was an array
+    std::vector<uint8_t> data;              // its bytes, however many came back
+};
+
+// WMI: single properties of classes, and the firmware's method channel.
+class IWmi {
+public:
+    virtual ~IWmi() = default;
+    // `property` of every instance of `className` in `wmiNamespace`; `condition` (may be empty)
+    // is the query's WHERE clause.
+    virtual WmiPropertyRead ReadProperty(const std::wstring& wmiNamespace, const std::wstring& className,
+                                         const std::wstring& condition, const std::wstring& property) = 0;
+    virtual FirmwareReply ExecuteFirmwareCommand(const FirmwareRequest& request) = 0;
+};
+
+}  // namespace Qv::platform

@@ -1,0 +1,51 @@
+#pragma once
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/IWmi.h"
+#include "platform/sim/SimWorld.h"
+
+namespace Qv::Sim {
+
+// The firmware behind the simulated WMI method channel.
+struct SimFirmware {
+    bool present = true;         // false: the method classes do not exist (as on other makers' machines)
+    uint8_t systemMode = 4;      // what command 1 reads and command 2 writes
+    int32_t returnCode = 0;      // the firmware's answer to every command
+    int replySize = -1;          // bytes of "Data" in a reply; -1: as many as asked
+};
+
+// WMI of the simulated laptop: namespaces of classes with instances, failures that tests arrange,
+// and the firmware's method channel.
+class SimWmi : public platform::IWmi {
+public:
+    using Instance = std::map<std::wstring, platform::WmiValue>;  // property name -> value
+
+    SimWmi();
+
+    platform::WmiPropertyRead ReadProperty(const std::wstring& wmiNamespace, const std::wstring& className,
+                                           const std::wstring& condition, const std::wstring& property) override;
+    platform::FirmwareReply ExecuteFirmwareCommand(const platform::FirmwareRequest& request) override;
+
+    // Replaces the instances of a class (the namespace is made when it is new).
+    void SetInstances(const std::wstring& wmiNamespace, const std::wstring& className, std::vector<Instance> instances);
+    void RemoveNamespace(const std::wstring& wmiNamespace);
+    // Reads of this class fail at this call.
+    void FailReads(const std::wstring& className, platform::WmiCallFailure failure);
+    SimFirmware& Firmware() { return firmware_; }
+    // Method names of the firmware commands run so far (the most recent), and their input bytes.
+    std::vector<std::wstring> FirmwareMethods() const;
+    std::vector<uint8_t> LastFirmwareInput() const;
+
+private:
+    mutable std::mutex mutex_;
+    std::map<std::wstring, std::map<std::wstring, std::vector<Instance>>> namespaces_;  // by lower-case names
+    std::map<std::wstring, platform::WmiCallFailure> failures_;                         // by lower-case class
+    SimFirmware firmware_;
+    Recent<std::wstring> methods_;
+    std::vector<uint8_t> lastInput_;
+};
+
+}  // namespace Qv::Sim

@@ -1,0 +1,45 @@
+// The simulated firmware's command channel: command 1 reads the system mode (the first of the
+// output bytes), command 2 writes it (the first input byte).
+#include "platform/sim/SimWmi.h"
+
+namespace Qv::Sim {
+namespace {
+
+constexpr int32_t kNotFound = static_cast<int32_t>(0x80041002);
+constexpr int32_t kReadCommand = 1;
+constexpr int32_t kWriteCommand = 2;
+
+}  // namespace
+
+platform::FirmwareReply SimWmi::ExecuteFirmwareCommand(const platform::FirmwareRequest& request) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    platform::FirmwareReply reply;
+    methods_.Add(request.methodName);
+    lastInput_ = request.data;
+    if (!firmware_.present) {
+        reply.failure = platform::WmiCallFailure{"ExecuteCommand", L"IWbemServices->GetObject(InputDataBlock)", kNotFound};
+        return reply;
+    }
+    reply.returnCode = firmware_.returnCode;
+    if (firmware_.returnCode != 0) return reply;
+    if (request.command == kWriteCommand && !request.data.empty()) firmware_.systemMode = request.data[0];
+    if (request.outputSize > 0) {
+        reply.hasData = true;
+        const size_t size = firmware_.replySize >= 0 ? static_cast<size_t>(firmware_.replySize) : request.outputSize;
+        reply.data.assign(size, 0);
+        if (request.command == kReadCommand && size > 0) reply.data[0] = firmware_.systemMode;
+    }
+    return reply;
+}
+
+std::vector<std::wstring> SimWmi::FirmwareMethods() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return methods_.Items();
+}
+
+std::vector<uint8_t> SimWmi::LastFirmwareInput() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return lastInput_;
+}
+
+}  // namespace Qv::Sim
