@@ -111,7 +111,6 @@ extern "C" QV_API QVServiceObject* QVCreateService() {
         return nullptr;
     }
     boundary->object.slots = &kSlots;
-    LogManager::SetProvider(Qv::Bridge::Logging::kLogProvider);
-    LogManager::GetLogger()->LogInfo(L"DeviceControlService::() - Checking if service needs to be loaded.");
+    LogManager::GetSystemInformationLogger()->LogInfo(L"DeviceControlService::() - Checking if service needs to be loaded.");
     return &boundary->object;
 }

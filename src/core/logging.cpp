@@ -102,6 +102,11 @@ void LogManager::SetProvider(const wchar_t* providerName) {
 
 TraceLogger* LogManager::GetLogger() { return &State().logger; }
 
+TraceLogger* LogManager::GetSystemInformationLogger() {
+    SetProvider(kLogProvider);
+    return GetLogger();
+}
+
 std::wstring_view LogManager::Provider() { return *State().provider.load(std::memory_order_acquire); }
 
 void LogManager::AddSink(std::shared_ptr<ILogSink> sink) {

@@ -54,6 +54,8 @@ class LogManager {
 public:
     static void SetProvider(const wchar_t* providerName);
     static TraceLogger* GetLogger();
+    // What every part of the module does when it is made: select kLogProvider, take the logger.
+    static TraceLogger* GetSystemInformationLogger();
     static std::wstring_view Provider();
 
     static void AddSink(std::shared_ptr<ILogSink> sink);

@@ -24,8 +24,7 @@ SystemHelper* SystemHelper::GetInstance() {
 }
 
 SystemHelper::SystemHelper() {
-    Logging::LogManager::SetProvider(Logging::kLogProvider);
-    logger_ = Logging::LogManager::GetLogger();
+    logger_ = Logging::LogManager::GetSystemInformationLogger();
 }
 
 const std::map<int, std::wstring>& SystemHelper::ModeNames() {

@@ -24,8 +24,7 @@ AccessoryHelper* AccessoryHelper::GetInstance() {
 }
 
 AccessoryHelper::AccessoryHelper() {
-    Logging::LogManager::SetProvider(Logging::kLogProvider);
-    logger_ = Logging::LogManager::GetLogger();
+    logger_ = Logging::LogManager::GetSystemInformationLogger();
 }
 
 bool AccessoryHelper::CheckInputSpeed(Document* request, int& speed) {

@@ -56,8 +56,7 @@ SystemMonitorHelper* SystemMonitorHelper::GetInstance() {
 
 SystemMonitorHelper::SystemMonitorHelper(platform::Platform* platform)
     : className_(Core::TypeName<SystemMonitorHelper>()), platform_(platform) {
-    Logging::LogManager::SetProvider(Logging::kLogProvider);
-    logger_ = Logging::LogManager::GetLogger();
+    logger_ = Logging::LogManager::GetSystemInformationLogger();
 }
 
 SystemMonitorHelper::~SystemMonitorHelper() {

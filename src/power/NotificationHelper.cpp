@@ -23,8 +23,7 @@ NotificationHelper* NotificationHelper::GetInstance() {
 }
 
 NotificationHelper::NotificationHelper() {
-    Logging::LogManager::SetProvider(Logging::kLogProvider);
-    logger_ = Logging::LogManager::GetLogger();
+    logger_ = Logging::LogManager::GetSystemInformationLogger();
 }
 
 bool NotificationHelper::GetToastOnOff() { return NonZero(L"GetToastOnOff", L""); }

@@ -32,8 +32,7 @@ PowerHelper* PowerHelper::GetInstance() {
 }
 
 PowerHelper::PowerHelper(platform::Platform* platform) : platform_(platform) {
-    Logging::LogManager::SetProvider(Logging::kLogProvider);
-    logger_ = Logging::LogManager::GetLogger();
+    logger_ = Logging::LogManager::GetSystemInformationLogger();
     functions_ = Ports().Power().PowerModeFunctions();
     supported_ = functions_.getAc && functions_.getDc && functions_.setAc && functions_.setDc;
 }

@@ -20,8 +20,7 @@ DeviceControlService::DeviceControlService() : DeviceControlService(platform::Cu
 
 DeviceControlService::DeviceControlService(platform::Platform& platform, const CommandTable& commands)
     : platform_(platform), commands_(commands), className_(Core::TypeName<DeviceControlService>()) {
-    LogManager::SetProvider(Logging::kLogProvider);
-    logger_ = LogManager::GetLogger();
+    logger_ = LogManager::GetSystemInformationLogger();
     launchStarted_ = 0;
 }
 

@@ -42,9 +42,9 @@ std::wstring Accessory(const std::wstring& function, const std::wstring& argumen
     }
     if (function == L"SwapMouseButton") return SetSwapped(!ButtonsSwapped()) ? L"1" : kFailure;
     if (function == L"SetMouseLeftHanded") {
-        int leftHanded = 0;
-        if (!ParseInteger(argument, leftHanded) || (leftHanded != 0 && leftHanded != 1)) return kFailure;
-        return SetSwapped(leftHanded == 1) ? L"1" : kFailure;
+        bool leftHanded = false;
+        if (!ParseSwitch(argument, leftHanded)) return kFailure;
+        return SetSwapped(leftHanded) ? L"1" : kFailure;
     }
     if (function == L"GetMouseSwapStatus") return ButtonsSwapped() ? L"1" : L"0";
     return kFailure;

@@ -10,5 +10,7 @@ std::wstring Notification(const std::wstring& function, const std::wstring& argu
 
 // The argument as a whole decimal integer; false for anything else.
 bool ParseInteger(const std::wstring& text, int& value);
+// The argument "1" or "0"; false for anything else.
+bool ParseSwitch(const std::wstring& text, bool& on);
 
 }  // namespace Qv::Tool

@@ -20,6 +20,13 @@ bool ParseInteger(const std::wstring& text, int& value) {
     return true;
 }
 
+bool ParseSwitch(const std::wstring& text, bool& on) {
+    int value = 0;
+    if (!ParseInteger(text, value) || (value != 0 && value != 1)) return false;
+    on = value == 1;
+    return true;
+}
+
 }  // namespace Qv::Tool
 
 int wmain(int argc, wchar_t** argv) {

@@ -34,10 +34,10 @@ std::wstring Notification(const std::wstring& function, const std::wstring& argu
         return enabled < 0 ? kFailure : std::to_wstring(enabled);
     }
     if (function == L"SetToastOnOff") {
-        int on = 0;
-        if (!ParseInteger(argument, on) || (on != 0 && on != 1)) return kFailure;
+        bool on = false;
+        if (!ParseSwitch(argument, on)) return kFailure;
         // Written, then read back: the line says whether the setting now is what was asked.
-        return WriteToastEnabled(on == 1) && ReadToastEnabled() == on ? L"1" : kFailure;
+        return WriteToastEnabled(on) && ReadToastEnabled() == (on ? 1 : 0) ? L"1" : kFailure;
     }
     return kFailure;
 }
