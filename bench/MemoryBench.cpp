@@ -21,9 +21,10 @@ long ResidentKiB() {
 
 int main() {
     Qv::Bench::SimulatedHost host;
-    // Every kind of answer: unsupported, refused, inline getter, tool setter, malformed.
+    // Every kind of answer: unsupported, refused, inline getters, tool commands, a WMI read, malformed.
     const std::pair<unsigned, std::wstring> mix[] = {
-        {14, L"{}"}, {92, L"{\"IValue\":0}"}, {101, L"{}"}, {92, L"{\"IValue\":7}"}, {93, L"{"},
+        {14, L"{}"},  {92, L"{\"IValue\":0}"}, {101, L"{}"}, {92, L"{\"IValue\":7}"}, {93, L"{"},
+        {102, L"{}"}, {121, L"{}"},             {131, L"{}"}, {32, L"{\"eventId\":1002}"},
     };
     long after[2] = {0, 0};
     const long counts[2] = {10000, 1000000};

@@ -79,6 +79,8 @@ public:
     platform::IClock& Clock() override { return clock_; }
     platform::IMemoryStatus& Memory() override { return memory_; }
     platform::IBattery& Battery() override { return device_.Battery(); }
+    platform::IWmi& Wmi() override { return device_.Wmi(); }
+    platform::IPowerApi& Power() override { return device_.Power(); }
 
     Rounds rounds;
 

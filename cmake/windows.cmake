@@ -33,7 +33,8 @@ add_executable(DeviceControlTool tools/DeviceControlTool/Main.cpp tools/DeviceCo
   tools/DeviceControlTool/Notification.cpp)
 target_include_directories(DeviceControlTool PRIVATE ${CMAKE_SOURCE_DIR})
 # Stripped: the module hashes the whole file before every run, so every byte costs.
-target_link_options(DeviceControlTool PRIVATE ${QV_STATIC_LINK} -municode -s)
+target_compile_options(DeviceControlTool PRIVATE -Os -ffunction-sections -fdata-sections)
+target_link_options(DeviceControlTool PRIVATE ${QV_STATIC_LINK} -municode -s -Wl,--gc-sections)
 
 # The floor of the Wine benchmark (bench/wine-tool-launch): bare launches of the tool.
 add_executable(bare_launch bench/BareLaunch.cpp)

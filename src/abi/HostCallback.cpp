@@ -37,6 +37,22 @@ void HostCallback::operator()(wchar_t* text) const {
     if (QVHostCallable* callable = Callable()) callable->slots->DoCall(callable, &text);
 }
 
+void EndHostFunction(QVHostFunction* argument) noexcept {
+    if (argument == nullptr) return;
+    QVHostCallable* callable = argument->pointers[QV_HOST_FUNCTION_CALLABLE];
+    if (callable == nullptr) return;
+    callable->slots->DeleteThis(callable, static_cast<void*>(callable) != static_cast<void*>(argument));
+    argument->pointers[QV_HOST_FUNCTION_CALLABLE] = nullptr;
+}
+
+const std::function<void(wchar_t*)>& HostCallbackSource::Callback() {
+    if (!adopted_) {
+        callback_ = AdoptHostFunction(argument_);
+        adopted_ = true;
+    }
+    return callback_;
+}
+
 std::function<void(wchar_t*)> AdoptHostFunction(QVHostFunction* argument) {
     if (argument == nullptr || argument->pointers[QV_HOST_FUNCTION_CALLABLE] == nullptr) return {};
     return std::function<void(wchar_t*)>(HostCallback(*argument));

@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "qv/QVServiceAbi.h"
+#include "service/CommandTable.h"
 
 namespace Qv::Abi {
 
@@ -35,5 +36,25 @@ private:
 // The host's argument as our own std::function: empty when the host's function object is empty
 // (or the pointer is null). `argument` is left empty and destroyed either way.
 std::function<void(wchar_t*)> AdoptHostFunction(QVHostFunction* argument);
+
+// Ends the host's argument through its callable's table, as the Visual C++ STL's destructor does.
+void EndHostFunction(QVHostFunction* argument) noexcept;
+
+// The host's argument for one call: made into our own std::function only when a command asks
+// (a subscription); otherwise simply ended when the call returns. Either way the callee ends it.
+class HostCallbackSource : public Bridge::Server::Services::DeviceControl::CallbackSource {
+public:
+    explicit HostCallbackSource(QVHostFunction* argument) : argument_(argument) {}
+    ~HostCallbackSource() { EndHostFunction(argument_); }
+    HostCallbackSource(const HostCallbackSource&) = delete;
+    HostCallbackSource& operator=(const HostCallbackSource&) = delete;
+
+    const std::function<void(wchar_t*)>& Callback() override;
+
+private:
+    QVHostFunction* argument_;
+    std::function<void(wchar_t*)> callback_;
+    bool adopted_ = false;
+};
 
 }  // namespace Qv::Abi

@@ -62,12 +62,12 @@ int EndSession(QVServiceObject* self, void** sessionContext) {
 
 int ExecuteCommand(QVServiceObject* self, void* sessionContext, unsigned int functionId, wchar_t* input,
                    wchar_t** output, QVHostFunction* callback, QVRequestConfiguration* requestConfiguration) {
-    return Guarded("ExecuteCommand", Status::kGeneralFailure, [&] {
-        // Our copy of the callback ends with this call; the host's argument already has.
-        return Service(self).ExecuteCommand(
-            sessionContext, functionId, input, output, AdoptHostFunction(callback),
-            reinterpret_cast<Bridge::Security::RequestConfiguration*>(requestConfiguration));
-    });
+    // The callee owns the callback: it ends with this call, whatever happens in it. The request
+    // configuration is the host's business and is not read.
+    (void)requestConfiguration;
+    HostCallbackSource callbacks(callback);
+    return Guarded("ExecuteCommand", Status::kGeneralFailure,
+                   [&] { return Service(self).ExecuteCommand(sessionContext, functionId, input, output, callbacks); });
 }
 
 void ReleaseOutput(QVServiceObject* self, wchar_t* text) { Service(self).ReleaseOutput(text); }

@@ -10,7 +10,7 @@ std::span<const CommandRow> SystemMonitorCommands() {
         CommandRow::Delegated(31, "SystemMonitor.RegisterDeviceStatusChange",
                               [](CommandCall& call) {
                                   return SystemMonitorHelper::GetInstance()->RegisterDeviceStatusChange(
-                                      &call.input, &call.output, call.callback, call.session);
+                                      &call.input, &call.output, call.Callback(), call.session);
                               }),
         CommandRow::Delegated(32, "SystemMonitor.UnregisterDeviceStatusChange",
                               [](CommandCall& call) {

@@ -20,12 +20,34 @@ enum class CommandForm {
 
 const char* FormName(CommandForm form);
 
+// The client's event callback of one ExecuteCommand call. Only a subscription uses it, so it is
+// made into a std::function only when a handler asks for it.
+class CallbackSource {
+public:
+    virtual const std::function<void(wchar_t*)>& Callback() = 0;
+
+protected:
+    ~CallbackSource() = default;
+};
+
+// A callback that already is a std::function.
+class FunctionCallback : public CallbackSource {
+public:
+    explicit FunctionCallback(std::function<void(wchar_t*)> callback) : callback_(std::move(callback)) {}
+    const std::function<void(wchar_t*)>& Callback() override { return callback_; }
+
+private:
+    std::function<void(wchar_t*)> callback_;
+};
+
 // Everything a handler may touch during one ExecuteCommand call.
 struct CommandCall {
     Json::Document& input;
     Json::Document& output;
-    const std::function<void(wchar_t*)>& callback;
+    CallbackSource& callbacks;
     DeviceControlServiceContext* session;
+
+    const std::function<void(wchar_t*)>& Callback() { return callbacks.Callback(); }
 };
 
 // What an inline row's typed operation gave: a boolean or integer "result", or a failure

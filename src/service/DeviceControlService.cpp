@@ -112,6 +112,12 @@ void DeviceControlService::EndSubscriptions(DeviceControlServiceContext& context
 int DeviceControlService::ExecuteCommand(void* sessionContext, unsigned int functionId, wchar_t* input,
                                          wchar_t** output, std::function<void(wchar_t*)> callback,
                                          Qv::Bridge::Security::RequestConfiguration* /*requestConfiguration*/) {
+    FunctionCallback source(std::move(callback));
+    return ExecuteCommand(sessionContext, functionId, input, output, source);
+}
+
+int DeviceControlService::ExecuteCommand(void* sessionContext, unsigned int functionId, wchar_t* input,
+                                         wchar_t** output, CallbackSource& callback) {
     int status = Status::kGeneralFailure;
     if (!Core::NullChecker::Check({{input, "message"}, {output, "outString"}})) return status;
 

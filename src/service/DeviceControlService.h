@@ -44,6 +44,9 @@ public:
     int ExecuteCommand(void* sessionContext, unsigned int functionId, wchar_t* input, wchar_t** output,
                        std::function<void(wchar_t*)> callback,
                        Qv::Bridge::Security::RequestConfiguration* requestConfiguration) override;
+    // The same, with the callback made only if a command uses it (the host's boundary).
+    int ExecuteCommand(void* sessionContext, unsigned int functionId, wchar_t* input, wchar_t** output,
+                       CallbackSource& callback);
     void startup_task() override;
     bool oobe_event_task() override;
     void session_change_task(unsigned long event, void* data) override;
