@@ -12,7 +12,9 @@
 #include <thread>
 #include <vector>
 
-#include "monitor/SystemMonitorHelper.h"
+#include "areas/monitor/SystemMonitorHelper.h"
+#include "areas/monitor/sim/SimBattery.h"
+#include "areas/monitor/sim/SimMemoryStatus.h"
 #include "platform/sim/SimDevice.h"
 #include "service/DeviceControlService.h"
 
@@ -68,7 +70,12 @@ private:
 // The simulated device, but with a real clock and the polling rounds timed.
 class TimedPlatform : public platform::Platform {
 public:
-    explicit TimedPlatform(Qv::Sim::SimDevice& device) : device_(device), clock_(rounds), memory_(device.Memory(), rounds) {}
+    explicit TimedPlatform(Qv::Sim::SimDevice& device)
+        : device_(device), clock_(rounds), memory_(std::make_shared<TimedMemory>(Qv::Sim::SimulatedMemory(device), rounds)) {
+        PutAreaPort<platform::IMemoryStatus>(memory_);
+        // The device's own battery, not owned here.
+        PutAreaPort<platform::IBattery>(std::shared_ptr<platform::IBattery>(std::shared_ptr<void>(), &device.AreaPort<platform::IBattery>()));
+    }
     platform::IUuidGenerator& Uuids() override { return device_.Uuids(); }
     platform::INamedEvents& Events() override { return device_.Events(); }
     platform::ICodeSignatures& Signatures() override { return device_.Signatures(); }
@@ -77,17 +84,14 @@ public:
     platform::IProcessLauncher& Processes() override { return device_.Processes(); }
     platform::IRpcCall& Rpc() override { return device_.Rpc(); }
     platform::IClock& Clock() override { return clock_; }
-    platform::IMemoryStatus& Memory() override { return memory_; }
-    platform::IBattery& Battery() override { return device_.Battery(); }
     platform::IWmi& Wmi() override { return device_.Wmi(); }
-    platform::IPowerApi& Power() override { return device_.Power(); }
 
     Rounds rounds;
 
 private:
     Qv::Sim::SimDevice& device_;
     RealClock clock_;
-    TimedMemory memory_;
+    std::shared_ptr<TimedMemory> memory_;
 };
 
 double CpuSeconds() {
@@ -104,7 +108,7 @@ int main(int argc, char** argv) {
     Qv::Sim::SimDevice device;
     TimedPlatform ports(device);
     DeviceControlService service(ports);
-    device.SimulatedMemory().SetMemoryLoad(40);
+    Sim::SimulatedMemory(device).SetMemoryLoad(40);
     std::vector<void*> sessions(kSessions, nullptr);
     std::vector<std::thread> listeners;
     std::atomic<int> messages{0};
@@ -127,7 +131,7 @@ int main(int argc, char** argv) {
         const double idleCpu = CpuSeconds() - cpuBefore;
 
         // A round that finds half of the sessions over their threshold.
-        device.SimulatedMemory().SetMemoryLoad(90);
+        Sim::SimulatedMemory(device).SetMemoryLoad(90);
         const auto crossing = Clock::now() + std::chrono::seconds(11);
         while (messages.load() < kSessions / 2 && Clock::now() < crossing)
             std::this_thread::sleep_for(std::chrono::milliseconds(5));

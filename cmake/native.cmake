@@ -2,9 +2,10 @@
 find_package(GTest REQUIRED)
 enable_testing()
 
-# The simulated device: one fake per port, the shared world, the simulated tool's areas.
+# The simulated device: one fake per shared port, the shared world, the simulated tool; each
+# area's fakes and simulated tool handlers from its sim/ folder.
 file(GLOB QV_SIM_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/sim/*.cpp
-     ${CMAKE_SOURCE_DIR}/src/platform/sim/tool/*.cpp)
+     ${CMAKE_SOURCE_DIR}/src/areas/*/sim/*.cpp)
 add_library(qv_sim STATIC ${QV_SIM_SOURCES})
 target_link_libraries(qv_sim PUBLIC qv_core)
 
@@ -17,9 +18,12 @@ target_link_libraries(devicectl PRIVATE qv_native)
 target_include_directories(devicectl PRIVATE ${CMAKE_SOURCE_DIR})
 
 file(GLOB_RECURSE QV_UNIT_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/unit/*.cpp)
+file(GLOB QV_AREA_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/areas/*/test/*.cpp)
+list(APPEND QV_UNIT_TEST_SOURCES ${QV_AREA_TEST_SOURCES})
 add_executable(unit_tests ${QV_UNIT_TEST_SOURCES})
 target_link_libraries(unit_tests PRIVATE qv_native GTest::gtest GTest::gmock GTest::gtest_main)
 target_include_directories(unit_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+target_compile_definitions(unit_tests PRIVATE QV_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
 add_test(NAME unit_tests COMMAND unit_tests)
 if(QV_SANITIZE STREQUAL "address")
   set_tests_properties(unit_tests PROPERTIES ENVIRONMENT

@@ -8,7 +8,8 @@ add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WIN
 # Exported symbols of the logic are dllexport'ed when it is compiled for the DLL.
 target_compile_definitions(qv_logic PRIVATE QV_BUILDING_DLL)
 
-file(GLOB QV_WINDOWS_ADAPTERS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/windows/*.cpp)
+file(GLOB QV_WINDOWS_ADAPTERS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/windows/*.cpp
+     ${CMAKE_SOURCE_DIR}/src/areas/*/windows/*.cpp)
 add_library(DeviceControlService SHARED
   $<TARGET_OBJECTS:qv_core>
   $<TARGET_OBJECTS:qv_logic>
@@ -29,9 +30,10 @@ add_dependencies(devicectl DeviceControlService)
 
 # The tool the service runs in the user's session. The product build ships it unsigned, for the
 # maker to sign; the test build also makes a copy signed with the test key (bin/signed/).
-add_executable(DeviceControlTool tools/DeviceControlTool/Main.cpp tools/DeviceControlTool/Accessory.cpp
-  tools/DeviceControlTool/Notification.cpp)
-target_include_directories(DeviceControlTool PRIVATE ${CMAKE_SOURCE_DIR})
+# Its areas' handlers come from each area's tool/ folder.
+file(GLOB QV_TOOL_AREAS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/areas/*/tool/*.cpp)
+add_executable(DeviceControlTool tools/DeviceControlTool/Main.cpp ${QV_TOOL_AREAS})
+target_include_directories(DeviceControlTool PRIVATE ${CMAKE_SOURCE_DIR}/src)
 # Stripped: the module hashes the whole file before every run, so every byte costs.
 target_compile_options(DeviceControlTool PRIVATE -Os -ffunction-sections -fdata-sections)
 target_link_options(DeviceControlTool PRIVATE ${QV_STATIC_LINK} -municode -s -Wl,--gc-sections)
@@ -108,6 +110,10 @@ target_link_options(windows_platform_tests PRIVATE ${QV_STATIC_LINK})
 add_test(NAME windows_platform_tests COMMAND windows_platform_tests)
 set_tests_properties(windows_platform_tests PROPERTIES ENVIRONMENT
   "QV_DEVICECONTROL_LOG=C:\\windows\\temp\\devicecontrol-platform-tests.log")
+
+# The real tool against the contract table the simulated tool is held to.
+add_test(NAME tool_contract COMMAND bash ${CMAKE_SOURCE_DIR}/tests/windows/tool_contract.sh)
+set_tests_properties(tool_contract PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURCE_DIR}")
 
 add_test(NAME devicectl_cli COMMAND bash ${CMAKE_SOURCE_DIR}/tests/windows/devicectl_cli.sh ${CMAKE_BINARY_DIR}/bin)
 set_tests_properties(devicectl_cli PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURCE_DIR}")

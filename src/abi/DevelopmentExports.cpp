@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "core/json.h"
-#include "helpers/DeviceInfoHelper.h"
+#include "areas/device-info/DeviceInfoHelper.h"
 #include "qv/QVServiceAbi.h"
 #include "service/CommandTable.h"
 

@@ -102,6 +102,16 @@ void LogManager::SetProvider(const wchar_t* providerName) {
 
 TraceLogger* LogManager::GetLogger() { return &State().logger; }
 
+void LogApiError(TraceLogger* logger, const char* owner, const char* operation, const wchar_t* call, long status) {
+    logger->LogError(L"%S.%S - Windows API %s error, GetLastError = %d", owner, operation, call, static_cast<int>(status));
+}
+
+void LogComFailure(TraceLogger* logger, const char* owner, const char* operation, const wchar_t* call,
+                   unsigned long hresult) {
+    logger->LogWarning(L"%S.%S - failed on function %s with HRESULT 0x%x", owner, operation, call,
+                       static_cast<unsigned>(hresult));
+}
+
 TraceLogger* LogManager::GetSystemInformationLogger() {
     SetProvider(kLogProvider);
     return GetLogger();

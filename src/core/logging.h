@@ -66,6 +66,14 @@ private:
     static void Log(LogLevel level, const wchar_t* format, va_list args);
 };
 
+// The usual failure lines, kept in one place so that every owner writes them the same way:
+// a failed Windows call, "<owner>.<operation> - Windows API <call> error, GetLastError = <status>",
+// at error level; a failed COM call, "<owner>.<operation> - failed on function <call> with
+// HRESULT 0x<hr>", at warning level.
+void LogApiError(TraceLogger* logger, const char* owner, const char* operation, const wchar_t* call, long status);
+void LogComFailure(TraceLogger* logger, const char* owner, const char* operation, const wchar_t* call,
+                   unsigned long hresult);
+
 // Keeps every line in memory; tests read them back.
 class MemoryLogSink : public ILogSink {
 public:

@@ -1,16 +1,16 @@
 #pragma once
 // The aggregate of the ports: what the logic needs from the operating system, in portable
-// types, one header per port. The Windows adapters live in platform/windows, the simulated
-// device in platform/sim.
+// types, one header per port. The ports here are shared by several areas; a port of one area
+// lives in that area's room and is reached through AreaPort<Port>(). The Windows adapters live in
+// platform/windows, the simulated device in platform/sim.
 #include <memory>
 
-#include "platform/IBattery.h"
+#include "core/type_slots.h"
+
 #include "platform/ICodeSignatures.h"
 #include "platform/IClock.h"
 #include "platform/IFileSystem.h"
-#include "platform/IMemoryStatus.h"
 #include "platform/INamedEvents.h"
-#include "platform/IPowerApi.h"
 #include "platform/IProcessLauncher.h"
 #include "platform/IRpcCall.h"
 #include "platform/IUserSession.h"
@@ -31,10 +31,24 @@ public:
     virtual IProcessLauncher& Processes() = 0;
     virtual IRpcCall& Rpc() = 0;
     virtual IClock& Clock() = 0;
-    virtual IMemoryStatus& Memory() = 0;
-    virtual IBattery& Battery() = 0;
     virtual IWmi& Wmi() = 0;
-    virtual IPowerApi& Power() = 0;
+
+    // A port that only one area uses: the area declares it beside its helper with a factory,
+    // `static std::shared_ptr<Port> Make(Platform&)`, defined by its Windows adapter (the DLL)
+    // and by its fake (the simulated device). Made on first use and kept with this platform.
+    template <class Port>
+    Port& AreaPort() {
+        return areaPorts_.GetOrMake<Port>([this] { return Port::Make(*this); });
+    }
+
+    // An area's port made elsewhere (a wrapper, a shared fake), put in place before first use.
+    template <class Port>
+    void PutAreaPort(std::shared_ptr<Port> port) {
+        areaPorts_.Put<Port>(std::move(port));
+    }
+
+private:
+    Core::TypeSlots areaPorts_;
 };
 
 // The installed set. Throws std::logic_error when nothing was installed.

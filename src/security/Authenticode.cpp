@@ -8,7 +8,7 @@
 #include "core/logging.h"
 #include "security/RpcSecurityHelper.h"
 #include "security/TrustMaterial.h"
-#include "service/UserPaths.h"
+#include "shared/user/UserPaths.h"
 
 namespace Qv::Bridge::Security {
 namespace {

@@ -25,13 +25,6 @@ CommandTable::CommandTable(std::vector<CommandRow> rows) : rows_(std::move(rows)
     std::sort(rows_.begin(), rows_.end(), [](const CommandRow& a, const CommandRow& b) { return a.number < b.number; });
 }
 
-CommandTable::CommandTable(std::initializer_list<std::span<const CommandRow>> areas)
-    : CommandTable([&] {
-          std::vector<CommandRow> rows;
-          for (const auto& area : areas) rows.insert(rows.end(), area.begin(), area.end());
-          return rows;
-      }()) {}
-
 const CommandRow* CommandTable::Find(unsigned int number) const {
     auto it = std::lower_bound(rows_.begin(), rows_.end(), number,
                                [](const CommandRow& row, unsigned int n) { return row.number < n; });

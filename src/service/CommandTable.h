@@ -1,9 +1,8 @@
 #pragma once
 // The numbered commands: one row per number, each naming its helper operation and its form.
 // Each area declares its rows beside its helper (<Area>Commands.cpp); the standard table is
-// their union (StandardTable.cpp).
+// their union (areas/Areas.cpp).
 #include <functional>
-#include <initializer_list>
 #include <span>
 #include <vector>
 
@@ -101,14 +100,12 @@ struct CommandRow {
 class CommandTable {
 public:
     explicit CommandTable(std::vector<CommandRow> rows);
-    // The union of the areas' rows.
-    explicit CommandTable(std::initializer_list<std::span<const CommandRow>> areas);
 
     // The row for `number`, or null when the number is not in the table.
     const CommandRow* Find(unsigned int number) const;
     const std::vector<CommandRow>& Rows() const { return rows_; }
 
-    // The module's own table.
+    // The module's own table: every area's rows.
     static const CommandTable& Standard();
 
 private:

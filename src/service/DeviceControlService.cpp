@@ -10,7 +10,8 @@
 #include "core/null_checker.h"
 #include "core/status.h"
 #include "core/strings.h"
-#include "service/UserSession.h"
+#include "service/Area.h"
+#include "shared/user/UserSession.h"
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
 
@@ -53,11 +54,8 @@ void DeviceControlService::operator delete(void* memory) noexcept { std::free(me
 int DeviceControlService::StartSession(wchar_t* clientId, void** sessionContext) {
     if (sessionContext != nullptr) {
         auto context = std::make_unique<DeviceControlServiceContext>();
-        auto& uuids = platform_.Uuids();
-        context->batteryEventNames[0] = L"qvbl_" + uuids.NewUuidString().ValueOr(L"");
-        context->batteryEventNames[1] = L"qvbtc_" + uuids.NewUuidString().ValueOr(L"");
-        context->memoryEventNames[0] = L"qvml_" + uuids.NewUuidString().ValueOr(L"");
-        context->memoryEventNames[1] = L"qvmtc_" + uuids.NewUuidString().ValueOr(L"");
+        for (const Area& area : Areas())
+            if (area.sessionStarted != nullptr) area.sessionStarted(*context, platform_);
 
         const size_t length = clientId != nullptr ? wcsnlen(clientId, kMaxClientIdLength) : 0;
         context->clientId = static_cast<wchar_t*>(std::malloc((length + 1) * sizeof(wchar_t)));
@@ -73,40 +71,14 @@ int DeviceControlService::StartSession(wchar_t* clientId, void** sessionContext)
 int DeviceControlService::EndSession(void** sessionContext) {
     if (sessionContext != nullptr && *sessionContext != nullptr) {
         auto* context = static_cast<DeviceControlServiceContext*>(*sessionContext);
-        auto& events = platform_.Events();
-        EndSubscriptions(*context);
+        for (const Area& area : Areas())
+            if (area.sessionEnding != nullptr) area.sessionEnding(*context, platform_);
         std::free(context->clientId);
         context->clientId = nullptr;
-        (void)events.Close(context->batteryStopEvent);
-        (void)events.Close(context->batteryChangeEvent);
-        context->batteryStopEvent = context->batteryChangeEvent = nullptr;
-        if (context->batteryStatusToken != 0) platform_.Battery().RemoveBatteryStatusChanged(context->batteryStatusToken);
-        if (context->remainingChargeToken != 0)
-            platform_.Battery().RemoveRemainingChargeChanged(context->remainingChargeToken);
-        context->batteryStatusToken = context->remainingChargeToken = 0;
-        context->lastMemoryLoad = -1;
-        (void)events.Close(context->memoryStopEvent);
-        (void)events.Close(context->memoryChangeEvent);
-        context->memoryStopEvent = context->memoryChangeEvent = nullptr;
         delete context;
     }
     logger_->LogInfo(L"DeviceControlService::EndSession");
     return Status::kSuccess;
-}
-
-void DeviceControlService::EndSubscriptions(DeviceControlServiceContext& context) {
-    // A client should end its subscriptions (command 32) before its session. One that did not
-    // would leave a host thread waiting on events about to be closed, in a context about to be
-    // freed: stop it, and wait until it has closed its events.
-    std::unique_lock<std::mutex> lock(context.lock);
-    const auto stopped = [&](platform::EventHandle stop) { return stop != nullptr && platform_.Events().Set(stop).Ok(); };
-    const bool battery = stopped(context.batteryStopEvent);
-    const bool memory = stopped(context.memoryStopEvent);
-    if (!battery && !memory) return;
-    logger_->LogWarning(L"DeviceControlService::EndSession - ending a subscription still running");
-    context.subscriptionEnded.wait(lock, [&] {
-        return (!battery || context.batteryStopEvent == nullptr) && (!memory || context.memoryStopEvent == nullptr);
-    });
 }
 
 int DeviceControlService::ExecuteCommand(void* sessionContext, unsigned int functionId, wchar_t* input,
@@ -167,14 +139,22 @@ int DeviceControlService::ExecuteCommand(void* sessionContext, unsigned int func
     return status;
 }
 
-void DeviceControlService::startup_task() { StartTimedEvent(); }
+void DeviceControlService::startup_task() {
+    for (const Area& area : Areas())
+        if (area.startup != nullptr) area.startup(platform_);
+    StartTimedEvent();
+}
 
 bool DeviceControlService::oobe_event_task() {
     oobeReceived_.store(true);
+    for (const Area& area : Areas())
+        if (area.firstRun != nullptr) area.firstRun(platform_);
     return true;
 }
 
 void DeviceControlService::session_change_task(unsigned long event, void* /*data*/) {
+    for (const Area& area : Areas())
+        if (area.sessionChanged != nullptr) area.sessionChanged(event, platform_);
     if (launchStarted_.load() != 0) return;
     if (event == kWtsSessionLogon) {
         logger_->LogInfo(L"DeviceControlService::sesion_change_task - WTS_SESSION_LOGON received.");

@@ -61,8 +61,6 @@ public:
     bool OobeReceived() const { return oobeReceived_.load(); }
 
 private:
-    void EndSubscriptions(DeviceControlServiceContext& context);
-
     platform::Platform& platform_;
     const CommandTable& commands_;
 

@@ -1,36 +1,37 @@
 #pragma once
 // Per-session client context: created by StartSession, handed back by the host with every
-// command, freed by EndSession.
-#include <atomic>
-#include <condition_variable>
-#include <cstdint>
+// command, freed by EndSession. The service keeps the client's identifier and the session's lock;
+// an area that keeps state per session keeps it here in a slot of its own type, made by its
+// session-start hook and freed with the context.
+#include <cstddef>
 #include <mutex>
-#include <string>
 
-#include "platform/Handles.h"
+#include "core/type_slots.h"
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
 
 constexpr size_t kMaxClientIdLength = 64;
-constexpr int32_t kDefaultMemoryThreshold = 80;
 
 struct DeviceControlServiceContext {
     wchar_t* clientId = nullptr;  // malloc'ed, at most kMaxClientIdLength characters
-    std::mutex lock;              // serialises this session's status-event registrations
-    platform::EventHandle batteryStopEvent = nullptr;
-    platform::EventHandle batteryChangeEvent = nullptr;
-    platform::EventHandle memoryStopEvent = nullptr;
-    platform::EventHandle memoryChangeEvent = nullptr;
-    std::wstring batteryEventNames[2];  // "qvbl_" + UUID, "qvbtc_" + UUID
-    std::wstring memoryEventNames[2];   // "qvml_" + UUID, "qvmtc_" + UUID
-    int64_t batteryStatusToken = 0;
-    int64_t remainingChargeToken = 0;
-    // Read by the low-memory polling thread while the session's own threads change them.
-    std::atomic<int32_t> memoryThreshold{kDefaultMemoryThreshold};
-    std::atomic<int32_t> lastMemoryLoad{-1};
-    // Notified (under `lock`) when a subscription of this session has ended and closed its
-    // events, so that EndSession can end a subscription still running before freeing the context.
-    std::condition_variable subscriptionEnded;
+    std::mutex lock;              // serialises the areas' work on this session
+
+    // The area state of type T in this session, made with `make` (or its default) the first time.
+    template <class T, class Make>
+    T& State(Make&& make) {
+        return areas.GetOrMake<T>(std::forward<Make>(make));
+    }
+    template <class T>
+    T& State() {
+        return areas.GetOrMake<T>();
+    }
+    // Null when the area made none.
+    template <class T>
+    T* FindState() const {
+        return areas.Find<T>();
+    }
+
+    Core::TypeSlots areas;
 };
 
 }  // namespace Qv::Bridge::Server::Services::DeviceControl

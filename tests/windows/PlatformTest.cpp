@@ -10,8 +10,8 @@
 
 #include "ServiceDll.h"
 #include "core/json.h"
-#include "firmware/WmiAccessor.h"
-#include "helpers/DeviceInfoHelper.h"
+#include "shared/wmi/WmiAccessor.h"
+#include "areas/device-info/DeviceInfoHelper.h"
 
 namespace Qv::WindowsTests {
 namespace {

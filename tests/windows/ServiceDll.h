@@ -9,7 +9,7 @@
 #include <string>
 
 #include "abi/HostView.h"
-#include "platform/windows/raii.h"
+#include "platform/windows/raii/kernel.h"
 #include "qv/QVServiceAbi.h"
 
 namespace Qv::WindowsTests {

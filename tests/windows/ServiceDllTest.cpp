@@ -9,12 +9,14 @@
 
 #include "ServiceDll.h"
 #include "core/strings.h"
+#include "areas/monitor/MonitorSession.h"
 #include "service/DeviceControlServiceContext.h"
 
 namespace Qv::WindowsTests {
 namespace {
 
 using Bridge::Server::Services::DeviceControl::DeviceControlServiceContext;
+using Bridge::Server::Services::DeviceControl::MonitorSession;
 
 class ServiceDllTest : public ::testing::Test {
 protected:
@@ -57,8 +59,11 @@ TEST_F(ServiceDllTest, SessionsGetRealDistinctUuids) {
     for (void* handle : {first, second}) {
         auto* context = static_cast<DeviceControlServiceContext*>(handle);
         EXPECT_STREQ(context->clientId, L"windows-test");
-        for (const std::wstring& name : {context->batteryEventNames[0], context->batteryEventNames[1],
-                                         context->memoryEventNames[0], context->memoryEventNames[1]}) {
+        // The status events' names, in the monitor's slot of the session.
+        const MonitorSession* monitor = context->FindState<MonitorSession>();
+        ASSERT_NE(monitor, nullptr);
+        for (const std::wstring& name : {monitor->batteryEventNames[0], monitor->batteryEventNames[1],
+                                         monitor->memoryEventNames[0], monitor->memoryEventNames[1]}) {
             EXPECT_TRUE(std::regex_match(name, pattern)) << Core::Narrow(name);
             names.insert(name.substr(name.find(L'_') + 1));
         }

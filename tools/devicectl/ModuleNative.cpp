@@ -6,6 +6,7 @@
 #include "core/logging.h"
 #include "core/strings.h"
 #include "platform/platform.h"
+#include "areas/monitor/sim/SimMemoryStatus.h"
 #include "platform/sim/SimDevice.h"
 #include "security/Authenticode.h"
 #include "tools/devicectl/ServiceModule.h"
@@ -36,7 +37,7 @@ public:
         Sim::SimClock& clock = device_->SimulatedClock();
         WaitBriefly([&] { return clock.Sleepers() > 0; });  // the polling thread is between rounds
         const size_t rounds = clock.SleepUntilCalls();
-        device_->SimulatedMemory().SetMemoryLoad(static_cast<uint32_t>(percent));
+        Sim::SimulatedMemory(*device_).SetMemoryLoad(static_cast<uint32_t>(percent));
         clock.Advance(10000);
         WaitBriefly([&] { return clock.SleepUntilCalls() > rounds; });
         // The subscription's thread sends its message and waits again.

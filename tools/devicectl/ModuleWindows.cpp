@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "core/strings.h"
-#include "platform/windows/raii.h"
+#include "platform/windows/raii/kernel.h"
 #include "tools/devicectl/ServiceModule.h"
 
 namespace Qv::Devicectl {

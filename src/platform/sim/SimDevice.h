@@ -6,13 +6,10 @@
 #include <vector>
 
 #include "platform/platform.h"
-#include "platform/sim/SimBattery.h"
 #include "platform/sim/SimClock.h"
 #include "platform/sim/SimCodeSignatures.h"
 #include "platform/sim/SimFileSystem.h"
-#include "platform/sim/SimMemoryStatus.h"
 #include "platform/sim/SimNamedEvents.h"
-#include "platform/sim/SimPowerApi.h"
 #include "platform/sim/SimProcessLauncher.h"
 #include "platform/sim/SimRpcCall.h"
 #include "platform/sim/SimUserSession.h"
@@ -34,18 +31,12 @@ public:
     platform::IProcessLauncher& Processes() override { return processes_; }
     platform::IRpcCall& Rpc() override { return rpc_; }
     platform::IClock& Clock() override { return clock_; }
-    platform::IMemoryStatus& Memory() override { return memory_; }
-    platform::IBattery& Battery() override { return battery_; }
     platform::IWmi& Wmi() override { return wmi_; }
-    platform::IPowerApi& Power() override { return power_; }
 
     // The fakes whose state tests drive directly.
     SimClock& SimulatedClock() { return clock_; }
     SimNamedEvents& SimulatedEvents() { return events_; }
-    SimMemoryStatus& SimulatedMemory() { return memory_; }
-    SimBattery& SimulatedBattery() { return battery_; }
     SimWmi& SimulatedWmi() { return wmi_; }
-    SimPowerApi& SimulatedPower() { return power_; }
 
     // --- arrangement ---
     void SetSignatures(const std::wstring& path, std::vector<platform::RawSignature> signatures);
@@ -90,10 +81,7 @@ private:
     SimProcessLauncher processes_{world_};
     SimRpcCall rpc_{world_};
     SimClock clock_;
-    SimMemoryStatus memory_;
-    SimBattery battery_;
     SimWmi wmi_;
-    SimPowerApi power_;
 };
 
 }  // namespace Qv::Sim

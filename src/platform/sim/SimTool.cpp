@@ -1,31 +1,46 @@
 #include "platform/sim/SimTool.h"
 
-#include <exception>
+#include <span>
+
+#include "shared/tool/ToolProtocol.h"
 
 namespace Qv::Sim {
 
-std::string RunSimTool(SimTool& tool, const std::vector<std::wstring>& args) {
-    static const std::string kFailure = "-1\r\n";
-    if (args.size() != 4) return kFailure;
-    const std::wstring& area = args[1];
-    const std::wstring& function = args[2];
-    const std::wstring& argument = args[3];
-    auto scripted = tool.replies.find(function);
-    if (scripted != tool.replies.end()) return scripted->second;
-    std::string line;
-    if (area == L"Accessory") line = RunAccessory(tool.accessory, function, argument);
-    if (area == L"Notification") line = RunNotification(tool.notification, function, argument);
-    return (line.empty() ? "-1" : line) + "\r\n";
+#define QV_AREA(name, tool) QV_SIM_TOOL_##tool(name)
+#define QV_SIM_TOOL_TOOL(name) std::span<const Tool::ToolArea<SimTool>> name##SimToolAreas();
+#define QV_SIM_TOOL_NO_TOOL(name)
+#include "areas/AreaList.h"
+#undef QV_SIM_TOOL_TOOL
+#define QV_SIM_TOOL_TOOL(name) name##SimToolAreas(),
+
+namespace {
+
+const std::span<const Tool::ToolArea<SimTool>> kAreas[] = {
+#include "areas/AreaList.h"
+};
+#undef QV_SIM_TOOL_TOOL
+#undef QV_SIM_TOOL_NO_TOOL
+#undef QV_AREA
+
+std::string Line(const std::wstring& text) {
+    std::string line(text.begin(), text.end());  // the tool's lines are ASCII
+    return line + "\r\n";
 }
 
-bool ParseToolInteger(const std::wstring& text, int& value) {
-    try {
-        size_t used = 0;
-        value = std::stoi(text, &used);
-        return used == text.size();
-    } catch (const std::exception&) {
-        return false;
+}  // namespace
+
+std::string RunSimTool(SimTool& tool, const std::vector<std::wstring>& args) {
+    const Tool::ToolArea<SimTool>* area =
+        args.size() == 4 ? Tool::FindToolArea<SimTool>(kAreas, args[1], args[2]) : nullptr;
+    if (area == nullptr) {
+        std::wstring request;
+        for (size_t i = 1; i < args.size(); ++i) request += (i > 1 ? L" " : L"") + args[i];
+        tool.refused.Add(request);
+        return Line(Tool::kFailure);
     }
+    auto scripted = tool.replies.find(args[2]);
+    if (scripted != tool.replies.end()) return scripted->second;
+    return Line(area->serve(tool, args[2], args[3]));
 }
 
 }  // namespace Qv::Sim

@@ -1,40 +1,35 @@
 #pragma once
-// The simulated DeviceControlTool.exe: "<tool> <area> <function> <argument>", one line out. One
-// handler per area, as tools/DeviceControlTool has one file per area (platform/sim/tool/).
+// The simulated DeviceControlTool.exe: "<tool> <area> <function> <argument>", one line out. It
+// knows the areas of the area list, each through its sim/ folder, and answers with the same
+// protocol header as the real tool; what it does not know it refuses, as the real tool does.
 #include <map>
 #include <string>
 #include <vector>
 
+#include "core/type_slots.h"
+#include "platform/sim/Recent.h"
+
 namespace Qv::Sim {
 
-// The mouse of the signed-in user.
-struct SimAccessoryState {
-    int mouseSpeed = 10;
-    bool buttonsSwapped = false;
-};
-
-// The user's notification toasts.
-struct SimNotificationState {
-    bool toastEnabled = true;
-};
-
 struct SimTool {
-    SimAccessoryState accessory;
-    SimNotificationState notification;
-    // Scripted replies by function word, taking precedence over the tool's own behaviour
-    // (e.g. "GetMouseSpeed" -> "-1\r\n").
+    // An area's state on the simulated laptop (its type lives in the area's sim/ folder),
+    // made with its defaults on first use.
+    template <class State>
+    State& Area() {
+        return areas.GetOrMake<State>();
+    }
+
+    // Scripted replies by function word, taking precedence over the tool's own behaviour for a
+    // known area and function (e.g. "GetMouseSpeed" -> "-1\r\n").
     std::map<std::wstring, std::string> replies;
     bool failsToStart = false;
+    // Requests refused for an unknown area or function, or the wrong number of words.
+    Recent<std::wstring> refused;
+
+    Core::TypeSlots areas;
 };
 
 // What the tool prints for a command line split into words (the tool's path first).
 std::string RunSimTool(SimTool& tool, const std::vector<std::wstring>& args);
-
-// The areas.
-std::string RunAccessory(SimAccessoryState& state, const std::wstring& function, const std::wstring& argument);
-std::string RunNotification(SimNotificationState& state, const std::wstring& function, const std::wstring& argument);
-
-// The argument as a whole decimal integer, as the real tool reads it.
-bool ParseToolInteger(const std::wstring& text, int& value);
 
 }  // namespace Qv::Sim

@@ -1,11 +1,14 @@
 // The simulated firmware's command channel: command 1 reads the system mode (the first of the
-// output bytes), command 2 writes it (the first input byte).
+// output bytes), command 2 writes it (the first input byte). Like the firmware, it takes only a
+// well-formed block: the signature "SECU", command type 90, and the method named for the size
+// of the output ("qvkBIOSInt" and the size); anything else fails the method call.
 #include "platform/sim/SimWmi.h"
 
 namespace Qv::Sim {
 namespace {
 
 constexpr int32_t kNotFound = static_cast<int32_t>(0x80041002);
+constexpr int32_t kInvalidParameter = static_cast<int32_t>(0x80041008);
 constexpr int32_t kReadCommand = 1;
 constexpr int32_t kWriteCommand = 2;
 
@@ -18,6 +21,12 @@ platform::FirmwareReply SimWmi::ExecuteFirmwareCommand(const platform::FirmwareR
     lastInput_ = request.data;
     if (!firmware_.present) {
         reply.failure = platform::WmiCallFailure{"ExecuteCommand", L"IWbemServices->GetObject(InputDataBlock)", kNotFound};
+        return reply;
+    }
+    const std::vector<uint8_t> signature{'S', 'E', 'C', 'U'};
+    if (request.sign != signature || request.commandType != 90 ||
+        request.methodName != L"qvkBIOSInt" + std::to_wstring(request.outputSize)) {
+        reply.failure = platform::WmiCallFailure{"ExecuteCommand", L"IWbemServices->ExecMethod", kInvalidParameter};
         return reply;
     }
     reply.returnCode = firmware_.returnCode;

@@ -3,7 +3,6 @@
 // signatures, the signed-in user and the environments, and the installed DeviceControlTool.exe.
 // Each fake keeps the rest of its state to itself.
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <mutex>
 #include <set>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "platform/ICodeSignatures.h"
+#include "platform/sim/Recent.h"
 #include "platform/sim/SimTool.h"
 
 namespace Qv::Sim {
@@ -38,23 +38,5 @@ std::wstring Lower(std::wstring text);
 std::wstring Upper(std::wstring text);
 // %VAR% expansion; unknown names stay as written.
 std::wstring Expand(const std::map<std::wstring, std::wstring>& environment, const std::wstring& text);
-
-// The last few of something a fake was asked to do, for tests to read back. Bounded, so that a
-// long-running simulated device does not grow.
-template <class T, size_t Capacity = 64>
-class Recent {
-public:
-    void Add(T item) {
-        if (items_.size() == Capacity) items_.pop_front();
-        items_.push_back(std::move(item));
-        ++total_;
-    }
-    std::vector<T> Items() const { return std::vector<T>(items_.begin(), items_.end()); }
-    size_t Total() const { return total_; }
-
-private:
-    std::deque<T> items_;
-    size_t total_ = 0;
-};
 
 }  // namespace Qv::Sim

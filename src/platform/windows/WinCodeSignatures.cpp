@@ -2,7 +2,8 @@
 
 #include "core/logging.h"
 #include "platform/windows/SystemDeclarations.h"
-#include "platform/windows/raii.h"
+#include "platform/windows/raii/kernel.h"
+#include "platform/windows/raii/crypto.h"
 
 namespace Qv::platform::windows {
 namespace {

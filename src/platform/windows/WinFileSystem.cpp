@@ -3,7 +3,7 @@
 #include <windows.h>
 #include <aclapi.h>
 
-#include "platform/windows/raii.h"
+#include "platform/windows/raii/kernel.h"
 
 namespace Qv::platform::windows {
 namespace {

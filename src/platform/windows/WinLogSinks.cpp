@@ -10,7 +10,8 @@
 #include <vector>
 
 #include "platform/windows/WinLogSinks.h"
-#include "platform/windows/raii.h"
+#include "platform/windows/raii/crypto.h"
+#include "platform/windows/raii/etw.h"
 
 namespace Qv::platform::windows {
 namespace {

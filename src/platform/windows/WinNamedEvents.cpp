@@ -1,6 +1,6 @@
 #include "platform/windows/WinNamedEvents.h"
 
-#include "platform/windows/raii.h"
+#include "platform/windows/raii/kernel.h"
 
 namespace Qv::platform::windows {
 namespace {

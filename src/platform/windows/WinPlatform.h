@@ -1,13 +1,11 @@
 #pragma once
-// The Windows adapters behind the ports, composed; installed by the DLL when it is attached.
+// The Windows adapters behind the shared ports, composed; installed by the DLL when it is
+// attached. The adapters of an area's own ports are made through AreaPort<Port>().
 #include "platform/platform.h"
-#include "platform/windows/WinBattery.h"
 #include "platform/windows/WinClock.h"
 #include "platform/windows/WinCodeSignatures.h"
 #include "platform/windows/WinFileSystem.h"
-#include "platform/windows/WinMemoryStatus.h"
 #include "platform/windows/WinNamedEvents.h"
-#include "platform/windows/WinPowerApi.h"
 #include "platform/windows/WinProcessLauncher.h"
 #include "platform/windows/WinRpcCall.h"
 #include "platform/windows/WinUserSession.h"
@@ -26,10 +24,7 @@ public:
     IProcessLauncher& Processes() override { return processes_; }
     IRpcCall& Rpc() override { return rpc_; }
     IClock& Clock() override { return clock_; }
-    IMemoryStatus& Memory() override { return memory_; }
-    IBattery& Battery() override { return battery_; }
     IWmi& Wmi() override { return wmi_; }
-    IPowerApi& Power() override { return power_; }
 
 private:
     WinUuidGenerator uuids_;
@@ -40,10 +35,7 @@ private:
     WinProcessLauncher processes_;
     WinRpcCall rpc_;
     WinClock clock_;
-    WinMemoryStatus memory_;
-    WinBattery battery_;
     WinWmi wmi_;
-    WinPowerApi power_;
 };
 
 }  // namespace Qv::platform::windows

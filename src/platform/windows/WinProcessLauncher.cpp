@@ -6,7 +6,8 @@
 #include <vector>
 
 #include "core/logging.h"
-#include "platform/windows/raii.h"
+#include "platform/windows/raii/kernel.h"
+#include "platform/windows/raii/user.h"
 
 namespace Qv::platform::windows {
 namespace {
@@ -15,9 +16,8 @@ using Bridge::Logging::LogManager;
 
 Failure LogApiError(const char* operation, const wchar_t* api) {
     const DWORD error = GetLastError();
-    LogManager::GetLogger()->LogError(L"%S.%S - Windows API %s error, GetLastError = %d",
-                                      "Qv::platform::windows::WinProcessLauncher", operation, api,
-                                      static_cast<int>(error));
+    Bridge::Logging::LogApiError(LogManager::GetLogger(), "Qv::platform::windows::WinProcessLauncher", operation, api,
+                                 static_cast<long>(error));
     return Failure{static_cast<int32_t>(error)};
 }
 

@@ -2,7 +2,7 @@
 
 #include "core/logging.h"
 #include "platform/windows/SystemDeclarations.h"
-#include "platform/windows/raii.h"
+#include "platform/windows/raii/kernel.h"
 
 namespace Qv::platform::windows {
 

@@ -6,7 +6,8 @@
 
 #include <vector>
 
-#include "platform/windows/raii.h"
+#include "platform/windows/raii/kernel.h"
+#include "platform/windows/raii/user.h"
 
 namespace Qv::platform::windows {
 namespace {

@@ -1,6 +1,6 @@
 #include "platform/windows/WinUuidGenerator.h"
 
-#include "platform/windows/raii.h"
+#include "platform/windows/raii/rpc.h"
 
 namespace Qv::platform::windows {
 

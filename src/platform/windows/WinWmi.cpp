@@ -5,7 +5,7 @@
 #include <wbemidl.h>
 
 #include "platform/windows/WinWmiConnection.h"
-#include "platform/windows/raii.h"
+#include "platform/windows/raii/com.h"
 
 namespace Qv::platform::windows {
 namespace {

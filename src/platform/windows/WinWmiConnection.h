@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/IWmi.h"
-#include "platform/windows/raii.h"
+#include "platform/windows/raii/com.h"
 
 namespace Qv::platform::windows {
 

@@ -1,0 +1,11 @@
+#pragma once
+// The signed-in user's mouse on the simulated laptop, as the simulated tool's mouse area sees it.
+
+namespace Qv::Sim {
+
+struct SimMouse {
+    int mouseSpeed = 10;
+    bool buttonsSwapped = false;
+};
+
+}  // namespace Qv::Sim

@@ -1,0 +1,38 @@
+// The simulated tool's notification area; the real one is tool/NotificationTool.cpp.
+#include "areas/notification/sim/SimNotification.h"
+
+#include <span>
+
+#include "areas/notification/NotificationProtocol.h"
+#include "platform/sim/SimTool.h"
+
+namespace Qv::Sim {
+namespace {
+
+class Toasts final : public Tool::Notification::IToasts {
+public:
+    explicit Toasts(SimToasts& state) : state_(state) {}
+    int Enabled() override { return state_.toastEnabled ? 1 : 0; }
+    bool SetEnabled(bool on) override {
+        state_.toastEnabled = on;
+        return true;
+    }
+
+private:
+    SimToasts& state_;
+};
+
+std::wstring Serve(SimTool& tool, const std::wstring& function, const std::wstring& argument) {
+    Toasts toasts(tool.Area<SimToasts>());
+    return Tool::Notification::Serve(toasts, function, argument);
+}
+
+}  // namespace
+
+std::span<const Tool::ToolArea<SimTool>> NotificationSimToolAreas() {
+    static const Tool::ToolArea<SimTool> areas[] = {
+        {Tool::Notification::kArea, Tool::Notification::kFunctions, &Serve}};
+    return areas;
+}
+
+}  // namespace Qv::Sim

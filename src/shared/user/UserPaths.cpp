@@ -1,0 +1,38 @@
+#include "shared/user/UserPaths.h"
+
+#include "core/logging.h"
+#include "core/null_checker.h"
+#include "core/strings.h"
+
+namespace Qv::Bridge::Server::Services::DeviceControl {
+
+std::wstring UserPaths::GeneralForm(const wchar_t* filePath, platform::UserToken token) {
+    if (!Core::NullChecker::Check({{filePath, "filePath"}})) return {};
+    auto* logger = Logging::LogManager::GetLogger();
+    const char* className = Core::TypeName<UserPaths>();
+
+    std::wstring expanded;
+    if (token != nullptr) {
+        auto forUser = platform_.User().ExpandForUser(token, filePath);
+        if (!forUser) {
+            logger->LogError(L"%S.%S failed on function %s with result %d", className, "GeneralForm",
+                             L"ExpandEnvironmentStringsForUser", forUser.Status());
+            return {};
+        }
+        expanded = *forUser;
+    } else {
+        expanded = platform_.Files().ExpandEnvironment(filePath);
+    }
+    logger->LogInfo(L"ExpandEnvironmentStrings: [%s] [%s]", filePath, expanded.c_str());
+
+    auto full = platform_.Files().FullPath(expanded);
+    if (!full) {
+        logger->LogError(L"%S.%S failed on function %s with result %d", className, "GeneralForm", L"GetFullPathNameW",
+                         full.Status());
+        return {};
+    }
+    logger->LogInfo(L"GetFullPathName: [%s]", full->c_str());
+    return *full;
+}
+
+}  // namespace Qv::Bridge::Server::Services::DeviceControl

@@ -1,0 +1,105 @@
+#include "shared/user/UserSession.h"
+
+#include <algorithm>
+
+#include "core/logging.h"
+#include "core/strings.h"
+
+namespace Qv::Bridge::Server::Services::DeviceControl {
+
+using Logging::LogManager;
+
+UserSession::UserSession() : UserSession(platform::Current()) {}
+
+UserSession::UserSession(platform::Platform& platform) : platform_(platform) {}
+
+bool UserSession::GetUserTokenForCurrentUser(platform::OwnedHandle& token) {
+    auto* logger = LogManager::GetLogger();
+    platform::IUserSession& user = platform_.User();
+    if (!user.SessionApiAvailable()) {
+        logger->LogError(L"Problem in GetUserTokenForCurrentUser. Dependencies is not available in this platform.");
+        return false;
+    }
+    logger->LogInfo(L"Attempting to impersonate logged in user.");
+    uint32_t session = user.ActiveConsoleSessionId();
+    if (session == platform::IUserSession::kNoSession) session = user.FindActiveSession();
+    if (session == platform::IUserSession::kNoSession) {
+        logger->LogError(
+            L"Problem while detecting active console session ID. This could be caused if the business logic ran while "
+            L"the user was not logged in.");
+        return false;
+    }
+    auto sessionToken = user.QueryUserToken(session);
+    if (!sessionToken) {
+        logger->LogError(L"Problem while querying user's access token. Error code: %d", sessionToken.Status());
+        return false;
+    }
+    auto primary = user.DuplicatePrimaryToken(sessionToken->get());
+    if (!primary) {
+        logger->LogError(L"Problem while duplicating the user's access token.");
+        return false;
+    }
+    token = *primary;
+    return true;
+}
+
+std::wstring UserSession::ExpandForUser(const std::wstring& path) {
+    auto* logger = LogManager::GetLogger();
+    platform::OwnedHandle token;
+    if (!GetUserTokenForCurrentUser(token)) return {};
+    platform::IUserSession& user = platform_.User();
+    if (!user.Impersonate(token.get())) {
+        logger->LogError(L"Problem while impersonating logged in user.");
+        return {};
+    }
+    auto expanded = user.ExpandForUser(token.get(), path);
+    if (!user.RevertImpersonation()) logger->LogError(L"Problem while reverting the impersonation.");
+    if (!expanded) {
+        logger->LogError(L"Problem while expanding path.");
+        return {};
+    }
+    return platform_.Files().FullPath(*expanded).ValueOr(L"");
+}
+
+std::wstring UserSession::ResolveModuleFile(const std::wstring& fileName) {
+    // The module's path as it fits a MAX_PATH buffer, without its file part.
+    std::wstring folder = platform_.Files().ModulePath().ValueOr(L"").substr(0, 259);
+    const size_t slash = folder.find_last_of(L"\\/");
+    folder = slash == std::wstring::npos ? std::wstring() : folder.substr(0, slash);
+    const std::wstring beside = folder + L"\\" + fileName;
+    if (!folder.empty() && platform_.Files().FileExists(beside)) return beside;
+    return platform_.Files().ExpandEnvironment(kFallbackFolder) + L"\\" + fileName;
+}
+
+bool UserSession::IsRealUserSession() {
+    std::wstring profile = ExpandForUser(L"%userprofile%");
+    if (profile.empty()) return false;
+    // With a closing separator, a profile that is the folder itself ("...\Default") matches too.
+    profile += L"\\";
+    for (const wchar_t* marker : {L"\\system32\\", L"\\Default\\", L"\\defaultuser0"}) {
+        if (profile.find(marker) != std::wstring::npos) return false;
+    }
+    return true;
+}
+
+bool UserSession::RunAsUserAndCapture(const std::wstring& applicationPath, const std::wstring& commandLine,
+                                      std::wstring& output) {
+    platform::OwnedHandle token;
+    if (!GetUserTokenForCurrentUser(token)) return false;
+    auto captured = platform_.Processes().RunAndCapture(token.get(), applicationPath, commandLine);
+    if (!captured) return false;
+    std::wstring text = Core::Widen(*captured);
+    if (text.size() > kMaxCapturedChars) text.resize(kMaxCapturedChars);
+    const size_t lineEnd = text.find(L"\r\n");
+    if (lineEnd != std::wstring::npos) text.resize(lineEnd);
+    output = text;
+    return true;
+}
+
+bool UserSession::StartPackagedApplication(const std::wstring& packageFamilyName, const std::wstring& executable) {
+    platform::OwnedHandle token;
+    if (!GetUserTokenForCurrentUser(token)) return false;
+    return platform_.Processes().StartPackagedApplication(token.get(), packageFamilyName, executable).Ok();
+}
+
+}  // namespace Qv::Bridge::Server::Services::DeviceControl
