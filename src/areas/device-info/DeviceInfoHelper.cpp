@@ -3,9 +3,7 @@
 #include <exception>
 #include <string>
 
-#include "core/json.h"
 #include "core/logging.h"
-#include "core/status.h"
 #include "core/strings.h"
 #include "shared/wmi/WmiAccessor.h"
 
@@ -24,12 +22,7 @@ DeviceInfoHelper* DeviceInfoHelper::GetInstance() {
 }
 
 std::wstring DeviceInfoHelper::ReadString(const wchar_t* className, const wchar_t* property) const {
-    Json::Document answer(nullptr, Json::kParseStackBytes);
-    answer.SetObject();
-    if (Wmi().GetPropertyValue(property, className, nullptr, kNamespace, false, answer) != Status::kSuccess) return {};
-    const Json::Value* result = Json::FindMember(answer, L"result");
-    if (result == nullptr || !result->IsString()) return {};
-    return std::wstring(result->GetString(), result->GetStringLength());
+    return Wmi().ReadString(property, className, nullptr, kNamespace).value_or(L"");
 }
 
 std::wstring DeviceInfoHelper::GetHostname() { return ReadString(L"Win32_ComputerSystem", L"DNSHostName"); }
@@ -40,20 +33,18 @@ std::wstring DeviceInfoHelper::GetSerialNumber() { return ReadString(L"Win32_BIO
 
 unsigned long long DeviceInfoHelper::GetInstalledRAM() const {
     auto* logger = Logging::LogManager::GetLogger();
-    Json::Document answer(nullptr, Json::kParseStackBytes);
-    answer.SetObject();
-    const int status = Wmi().GetPropertyValue(L"Capacity", L"Win32_PhysicalMemory", nullptr, kNamespace, true, answer);
-    const Json::Value* result = Json::FindMember(answer, L"result");
-    if (status != Status::kSuccess || result == nullptr || !result->IsArray()) {
+    const auto capacities = Wmi().ReadValues(L"Capacity", L"Win32_PhysicalMemory", nullptr, kNamespace);
+    if (!capacities) {
         logger->LogError(L"DeviceInfoHelper::QueryPhysicalMemoryCapacitySum - Failed to query physical memory capacity");
         return 0;
     }
     // WMI gives 64-bit integers as decimal strings. A module whose capacity is not a number is
     // logged and left out; the others still count.
     unsigned long long sum = 0;
-    for (const Json::Value& entry : result->GetArray()) {
-        if (!entry.IsString()) continue;
-        const std::wstring text(entry.GetString(), entry.GetStringLength());
+    for (const platform::WmiValue& entry : *capacities) {
+        const auto* capacity = std::get_if<std::wstring>(&entry);
+        if (capacity == nullptr) continue;
+        const std::wstring& text = *capacity;
         try {
             sum += std::stoull(text, nullptr, 10);
         } catch (const std::exception&) {

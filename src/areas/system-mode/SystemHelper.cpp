@@ -53,16 +53,9 @@ int SystemHelper::HasFeatureByteCode(const std::wstring& features, const std::ws
 }
 
 std::wstring SystemHelper::ReadFeatureString() {
-    Json::Document answer(nullptr, Json::kParseStackBytes);
-    answer.SetObject();
     WmiAccessor wmi(Core::TypeName<SystemHelper>());
-    if (wmi.GetPropertyValue(L"Value", L"QVBIOS_BIOSString", L"Name=\"Feature Byte\"", L"ROOT\\QV\\InstrumentedBIOS",
-                             false, answer) != Status::kSuccess) {
-        return {};
-    }
-    const Json::Value* result = Json::FindMember(answer, L"result");
-    if (result == nullptr || !result->IsString()) return {};
-    return std::wstring(result->GetString(), result->GetStringLength());
+    return wmi.ReadString(L"Value", L"QVBIOS_BIOSString", L"Name=\"Feature Byte\"", L"ROOT\\QV\\InstrumentedBIOS")
+        .value_or(L"");
 }
 
 bool SystemHelper::IsSystemModeSupported() {

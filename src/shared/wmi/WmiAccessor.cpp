@@ -50,8 +50,10 @@ WmiAccessor::WmiAccessor(std::string owner) : platform_(nullptr), owner_(std::mo
 WmiAccessor::WmiAccessor(platform::Platform& platform, std::string owner)
     : platform_(&platform), owner_(std::move(owner)) {}
 
-int WmiAccessor::GetPropertyValue(const wchar_t* propertyName, const wchar_t* className, const wchar_t* condition,
-                                  const wchar_t* wmiNamespace, bool asArray, Json::Document& response) {
+platform::Result<std::vector<platform::WmiValue>> WmiAccessor::ReadValues(const wchar_t* propertyName,
+                                                                       const wchar_t* className,
+                                                                       const wchar_t* condition,
+                                                                       const wchar_t* wmiNamespace) {
     platform::Platform& ports = platform_ != nullptr ? *platform_ : platform::Current();
     const platform::WmiPropertyRead read =
         ports.Wmi().ReadProperty(wmiNamespace != nullptr ? wmiNamespace : L"", className != nullptr ? className : L"",
@@ -62,17 +64,33 @@ int WmiAccessor::GetPropertyValue(const wchar_t* propertyName, const wchar_t* cl
                                static_cast<unsigned long>(failure.hresult));
         if (const int mapped = StatusOf(failure.hresult)) status = mapped;
     }
-    if (read.values.empty()) return status;
+    if (read.values.empty()) return platform::Failure{status};
+    return read.values;
+}
+
+std::optional<std::wstring> WmiAccessor::ReadString(const wchar_t* propertyName, const wchar_t* className,
+                                                    const wchar_t* condition, const wchar_t* wmiNamespace) {
+    const auto values = ReadValues(propertyName, className, condition, wmiNamespace);
+    if (!values) return std::nullopt;
+    // The callers read single instances; the first one read wins.
+    const auto* text = std::get_if<std::wstring>(&values->front());
+    return text != nullptr ? std::optional<std::wstring>(*text) : std::nullopt;
+}
+
+int WmiAccessor::GetPropertyValue(const wchar_t* propertyName, const wchar_t* className, const wchar_t* condition,
+                                  const wchar_t* wmiNamespace, bool asArray, Json::Document& response) {
+    const auto read = ReadValues(propertyName, className, condition, wmiNamespace);
+    if (!read) return read.Status();
 
     auto& allocator = response.GetAllocator();
     if (!response.IsObject()) response.SetObject();
     if (asArray) {
         Json::Value array(rapidjson::kArrayType);
-        for (const auto& value : read.values) array.PushBack(ToJson(value, allocator), allocator);
+        for (const auto& value : *read) array.PushBack(ToJson(value, allocator), allocator);
         response.AddMember(L"result", array, allocator);
     } else {
         // The callers read single instances; the first one read wins.
-        response.AddMember(L"result", ToJson(read.values.front(), allocator), allocator);
+        response.AddMember(L"result", ToJson(read->front(), allocator), allocator);
     }
     return Status::kSuccess;
 }

@@ -1,9 +1,13 @@
 #pragma once
 // Reads one property of a WMI class into a JSON answer: the layer that device information, the
 // firmware's feature string and the device-eligibility check share.
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "core/json.h"
+#include "platform/IWmi.h"
+#include "platform/Result.h"
 #include "platform/platform.h"
 #include "qv/export.h"
 
@@ -21,6 +25,14 @@ public:
     // namespace. Every failed call is logged as a warning. `condition` may be null.
     int GetPropertyValue(const wchar_t* propertyName, const wchar_t* className, const wchar_t* condition,
                          const wchar_t* wmiNamespace, bool asArray, Json::Document& response);
+
+    // The same read for the module's own callers, without a JSON document in between: a value per
+    // instance read, or the status above when there is none. Failures are logged the same way.
+    platform::Result<std::vector<platform::WmiValue>> ReadValues(const wchar_t* propertyName, const wchar_t* className,
+                                                                 const wchar_t* condition, const wchar_t* wmiNamespace);
+    // The first instance's value when it is a string; nothing otherwise.
+    std::optional<std::wstring> ReadString(const wchar_t* propertyName, const wchar_t* className,
+                                           const wchar_t* condition, const wchar_t* wmiNamespace);
 
 private:
     platform::Platform* platform_;  // null: the installed platform at each call
