@@ -6,8 +6,8 @@
 //   QV_AREA(Name, NO_TOOL)  an area without
 //
 // No include guard: the includer defines QV_AREA, includes this file and undefines it.
-QV_AREA(Camera, NO_TOOL)
-QV_AREA(Application, NO_TOOL)
+QV_AREA(Camera, TOOL)
+QV_AREA(Application, TOOL)
 QV_AREA(SystemMonitor, NO_TOOL)
 QV_AREA(Audio, NO_TOOL)
 QV_AREA(Display, NO_TOOL)

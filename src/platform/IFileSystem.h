@@ -36,6 +36,14 @@ public:
     // Opens a file for reading while forbidding writes, deletes and renames, so that what is
     // verified is what runs.
     virtual Result<OwnedHandle> OpenForExecution(const std::wstring& path) = 0;
+    // The service's temporary folder, with its closing backslash (GetTempPathW).
+    virtual std::wstring TemporaryFolder() = 0;
+    // The system folder (GetSystemDirectoryW), without a closing backslash.
+    virtual std::wstring SystemFolder() = 0;
+    // Writes `bytes` to a file made anew at `path`: whatever is there (a file, a link) is removed
+    // first, the file is created exclusively and refused, unwritten, when it turns out to be a
+    // reparse point or to have another name (a hard link). Nothing is ever written through a link.
+    virtual Result<void> CreateNewFile(const std::wstring& path, const std::string& bytes) = 0;
 };
 
 }  // namespace Qv::platform

@@ -6,7 +6,7 @@
 
 namespace Qv::platform {
 
-// Processes started in a user's session.
+// Processes started in a user's session, and commands the service runs itself.
 class IProcessLauncher {
 public:
     virtual ~IProcessLauncher() = default;
@@ -17,6 +17,9 @@ public:
     // Starts the executable of a store package for the token's user, without waiting.
     virtual Result<void> StartPackagedApplication(UserToken token, const std::wstring& packageFamilyName,
                                                   const std::wstring& executable) = 0;
+    // Runs a command through the C runtime's command processor (`system`) in the service's own
+    // context and waits for it: its status, negative when the processor could not run it.
+    virtual int RunCommandProcessor(const std::string& command) = 0;
 };
 
 }  // namespace Qv::platform

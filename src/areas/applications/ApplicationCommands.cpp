@@ -1,17 +1,20 @@
-// The Application area's commands. Its helper is not part of this build yet: the rows answer
-// "unsupported function number" until it lands.
+// The application commands.
+#include "areas/applications/ApplicationHelper.h"
 #include "service/Area.h"
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
-
 namespace {
 
+ApplicationHelper& Applications() { return *ApplicationHelper::GetInstance(); }
+
 std::span<const CommandRow> Rows() {
-    using F = CommandForm;
     static constexpr CommandRow rows[] = {
-        CommandRow::NotBuilt(21, "Application.OpenApplication", F::Delegated),
-        CommandRow::NotBuilt(22, "Application.CloseApplication", F::Delegated),
-        CommandRow::NotBuilt(23, "Application.WriteToDoc", F::Delegated),
+        CommandRow::Delegated(21, "Application.OpenApplication",
+                              [](CommandCall& call) { return Applications().OpenApplication(&call.input, &call.output); }),
+        CommandRow::Delegated(22, "Application.CloseApplication",
+                              [](CommandCall& call) { return Applications().CloseApplication(&call.input, &call.output); }),
+        CommandRow::Delegated(23, "Application.WriteToDoc",
+                              [](CommandCall& call) { return Applications().WriteToDoc(&call.input, &call.output); }),
     };
     return rows;
 }

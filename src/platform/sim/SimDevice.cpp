@@ -65,4 +65,29 @@ void SimDevice::InstallTool(const std::vector<uint8_t>& key, int32_t status) {
     SetSignatures(tool, {{key, status, L"CN=QV Inc., O=QV Inc., L=Lakeside, S=California, C=US", L"CN=Test CA"}});
 }
 
+std::string SimDevice::FileText(const std::wstring& path) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    auto found = world_.contents.find(Lower(path));
+    return found != world_.contents.end() && found->second ? *found->second : std::string();
+}
+
+void SimDevice::WriteFile(const std::wstring& path, const std::string& text) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    world_.files.insert(Lower(path));
+    world_.contents[Lower(path)] = std::make_shared<std::string>(text);
+}
+
+void SimDevice::LinkFile(const std::wstring& link, const std::wstring& target) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    auto& text = world_.contents[Lower(target)];
+    if (!text) text = std::make_shared<std::string>();
+    world_.files.insert(Lower(link));
+    world_.contents[Lower(link)] = text;
+}
+
+void SimDevice::SetUndeletable(const std::wstring& path) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    world_.undeletable.insert(Lower(path));
+}
+
 }  // namespace Qv::Sim

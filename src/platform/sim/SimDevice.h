@@ -69,6 +69,21 @@ public:
     // The most recent command lines run as the user, oldest first.
     std::vector<std::wstring> CommandLines() const { return processes_.CommandLines(); }
     std::vector<std::wstring> StartedPackages() const { return processes_.StartedPackages(); }
+    // Commands the service ran through the command processor (`system`), oldest first.
+    std::vector<std::string> ProcessorCommands() const { return processes_.ProcessorCommands(); }
+    // A file's text as written (empty when it has none), and arranging files with text.
+    std::string FileText(const std::wstring& path);
+    void WriteFile(const std::wstring& path, const std::string& text);
+    // A second name for the file at `target` (a hard link): the two share one text.
+    void LinkFile(const std::wstring& link, const std::wstring& target);
+    // A name that cannot be removed (a file in use, or a folder that denies it).
+    void SetUndeletable(const std::wstring& path);
+    // Runs `body` on the world under its lock (arranging an area's simulated state).
+    template <class Body>
+    void WithWorld(Body&& body) {
+        std::lock_guard<std::mutex> lock(world_.mutex);
+        body(world_);
+    }
     int PinnedFiles() const { return files_.PinnedFiles(); }
 
 private:

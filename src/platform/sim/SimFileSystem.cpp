@@ -79,6 +79,29 @@ platform::Result<platform::OwnedHandle> SimFileSystem::OpenForExecution(const st
     });
 }
 
+std::wstring SimFileSystem::TemporaryFolder() {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    return world_.temporaryFolder;
+}
+
+std::wstring SimFileSystem::SystemFolder() {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    return world_.systemFolder;
+}
+
+platform::Result<void> SimFileSystem::CreateNewFile(const std::wstring& path, const std::string& bytes) {
+    constexpr int32_t kAccessDenied = 5;
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    const std::wstring name = Lower(path);
+    if (world_.undeletable.count(name) != 0) return platform::Failure{kAccessDenied};
+    // Removing the name leaves a hard link's other names, and a link's target, as they were.
+    world_.files.erase(name);
+    world_.contents.erase(name);
+    world_.files.insert(name);
+    world_.contents[name] = std::make_shared<std::string>(bytes);
+    return platform::Success();
+}
+
 int SimFileSystem::PinnedFiles() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return pinnedFiles_;

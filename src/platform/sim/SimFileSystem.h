@@ -18,6 +18,9 @@ public:
     platform::Result<std::wstring> ModulePath() override;
     bool FileExists(const std::wstring& path) override;
     platform::Result<platform::OwnedHandle> OpenForExecution(const std::wstring& path) override;
+    std::wstring TemporaryFolder() override;
+    std::wstring SystemFolder() override;
+    platform::Result<void> CreateNewFile(const std::wstring& path, const std::string& bytes) override;
 
     void SetFolderAccess(const std::wstring& folder, platform::Result<platform::FolderAccess> access);
     // Files held open by OpenForExecution right now.

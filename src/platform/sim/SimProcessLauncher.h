@@ -7,7 +7,8 @@
 
 namespace Qv::Sim {
 
-// Runs the world's tool when asked to run a file that exists; records what was started.
+// Runs the world's tool, or a program an area gives the simulated laptop, and records what was
+// started. Nothing real is ever launched.
 class SimProcessLauncher : public platform::IProcessLauncher {
 public:
     explicit SimProcessLauncher(SimWorld& world) : world_(world) {}
@@ -16,17 +17,21 @@ public:
                                                 const std::wstring& commandLine) override;
     platform::Result<void> StartPackagedApplication(platform::UserToken token, const std::wstring& packageFamilyName,
                                                     const std::wstring& executable) override;
+    int RunCommandProcessor(const std::string& command) override;
 
     // The most recent command lines run as the user, oldest first, and how many there were.
     std::vector<std::wstring> CommandLines() const;
     size_t CommandLinesTotal() const;
     std::vector<std::wstring> StartedPackages() const;
+    // The most recent commands run through the command processor, oldest first.
+    std::vector<std::string> ProcessorCommands() const;
 
 private:
     SimWorld& world_;
     mutable std::mutex mutex_;
     Recent<std::wstring> commandLines_;
     Recent<std::wstring> startedPackages_;
+    Recent<std::string> processorCommands_;
 };
 
 }  // namespace Qv::Sim

@@ -11,9 +11,11 @@
 
 namespace Qv::Sim {
 
+struct SimWorld;
+
 struct SimTool {
     // An area's state on the simulated laptop (its type lives in the area's sim/ folder),
-    // made with its defaults on first use.
+    // made with its defaults on first use. The simulated programs keep theirs here too.
     template <class State>
     State& Area() {
         return areas.GetOrMake<State>();
@@ -30,6 +32,6 @@ struct SimTool {
 };
 
 // What the tool prints for a command line split into words (the tool's path first).
-std::string RunSimTool(SimTool& tool, const std::vector<std::wstring>& args);
+std::string RunSimTool(SimWorld& world, const std::vector<std::wstring>& args);
 
 }  // namespace Qv::Sim

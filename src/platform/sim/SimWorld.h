@@ -4,6 +4,7 @@
 // Each fake keeps the rest of its state to itself.
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <string>
@@ -21,6 +22,11 @@ struct SimWorld {
     std::mutex mutex;  // guards every member below
 
     std::set<std::wstring> files;  // lower-case paths
+    // What files hold, for the files that were written; hard links share one text.
+    std::map<std::wstring, std::shared_ptr<std::string>> contents;  // by lower-case path
+    std::set<std::wstring> undeletable;  // names that cannot be removed (in use, or access denied)
+    std::wstring temporaryFolder = L"C:\\Windows\\Temp\\";
+    std::wstring systemFolder = L"C:\\Windows\\system32";
     std::map<std::wstring, std::vector<platform::RawSignature>> signatures;         // by lower-case path
     std::map<std::wstring, std::vector<platform::RawSignature>> catalogSignatures;  // by lower-case path
     std::wstring modulePath = L"C:\\Program Files\\DeviceControl\\DeviceControlService.dll";
@@ -30,6 +36,7 @@ struct SimWorld {
     bool signedIn = true;
     bool runningAsSystem = true;
     bool impersonating = false;  // the client or the user, on any thread
+    bool commandProcessorMissing = false;  // `system` cannot start cmd.exe: it answers -1
 
     SimTool tool;
 };

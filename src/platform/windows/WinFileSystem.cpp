@@ -3,6 +3,8 @@
 #include <windows.h>
 #include <aclapi.h>
 
+#include <algorithm>
+
 #include "platform/windows/raii/kernel.h"
 
 namespace Qv::platform::windows {
@@ -98,6 +100,40 @@ Result<OwnedHandle> WinFileSystem::OpenForExecution(const std::wstring& path) {
                                    FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) return LastError();
     return share_handle(std::move(file));
+}
+
+std::wstring WinFileSystem::TemporaryFolder() {
+    wchar_t folder[MAX_PATH + 1] = {};
+    const DWORD length = GetTempPathW(MAX_PATH + 1, folder);
+    return length == 0 || length > MAX_PATH ? std::wstring() : std::wstring(folder, length);
+}
+
+std::wstring WinFileSystem::SystemFolder() {
+    wchar_t folder[MAX_PATH] = {};
+    const UINT length = GetSystemDirectoryW(folder, MAX_PATH);
+    return length == 0 || length >= MAX_PATH ? std::wstring() : std::wstring(folder, length);
+}
+
+Result<void> WinFileSystem::CreateNewFile(const std::wstring& path, const std::string& bytes) {
+    // The folder may be writable by users, who could have left a file, a symbolic link or a hard
+    // link to a system file under this name. Removing a link removes the name, never its target;
+    // CREATE_NEW then fails if anything took the name again in between.
+    if (!DeleteFileW(path.c_str()) && GetLastError() != ERROR_FILE_NOT_FOUND) return LastError();
+    unique_handle file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                   FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    if (!file) return LastError();
+    BY_HANDLE_FILE_INFORMATION information{};
+    if (!GetFileInformationByHandle(file.get(), &information)) return LastError();
+    if ((information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 || information.nNumberOfLinks != 1)
+        return Failure{ERROR_CANT_ACCESS_FILE};
+    size_t written = 0;
+    while (written < bytes.size()) {
+        DWORD chunk = 0;
+        const DWORD size = static_cast<DWORD>(std::min<size_t>(bytes.size() - written, 1u << 20));
+        if (!WriteFile(file.get(), bytes.data() + written, size, &chunk, nullptr)) return LastError();
+        written += chunk;
+    }
+    return Success();
 }
 
 }  // namespace Qv::platform::windows

@@ -12,6 +12,9 @@ public:
     Result<std::wstring> ModulePath() override;
     bool FileExists(const std::wstring& path) override;
     Result<OwnedHandle> OpenForExecution(const std::wstring& path) override;
+    std::wstring TemporaryFolder() override;
+    std::wstring SystemFolder() override;
+    Result<void> CreateNewFile(const std::wstring& path, const std::string& bytes) override;
 };
 
 }  // namespace Qv::platform::windows

@@ -1,6 +1,8 @@
 #include "platform/windows/WinProcessLauncher.h"
 
 #include <windows.h>
+
+#include <cstdlib>
 #include <userenv.h>
 
 #include <vector>
@@ -184,6 +186,11 @@ Result<void> WinProcessLauncher::StartPackagedApplication(UserToken token, const
         return Failure{static_cast<int32_t>(error)};
     }
     return Success();
+}
+
+int WinProcessLauncher::RunCommandProcessor(const std::string& command) {
+    // The C runtime's command processor, in the service's own context: cmd.exe /c, waited for.
+    return std::system(command.c_str());
 }
 
 }  // namespace Qv::platform::windows

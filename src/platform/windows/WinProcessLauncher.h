@@ -11,6 +11,7 @@ public:
                                       const std::wstring& commandLine) override;
     Result<void> StartPackagedApplication(UserToken token, const std::wstring& packageFamilyName,
                                           const std::wstring& executable) override;
+    int RunCommandProcessor(const std::string& command) override;
 };
 
 }  // namespace Qv::platform::windows

@@ -9,7 +9,9 @@
 #include <vector>
 
 #include "core/strings.h"
+#include "platform/sim/SimPrograms.h"
 #include "platform/sim/SimTool.h"
+#include "platform/sim/SimWorld.h"
 #include "shared/tool/ToolProtocol.h"
 
 namespace Qv::Tests {
@@ -18,8 +20,9 @@ namespace {
 struct ContractRow {
     std::string file;
     int line;
-    std::vector<std::wstring> words;  // area, function, argument
+    std::vector<std::wstring> words;  // area, function, argument; for an arrangement: area, key, value
     std::string expected;
+    bool arrangement = false;  // "=" lines arrange the simulated laptop to match the machine under Wine
 };
 
 std::vector<ContractRow> ContractRows() {
@@ -44,8 +47,10 @@ std::vector<ContractRow> ContractRows() {
                 ADD_FAILURE() << file << ":" << line << " has " << fields.size() << " fields, not 4";
                 continue;
             }
+            const bool arrangement = fields[0] == "=";
+            if (arrangement) fields.erase(fields.begin());
             rows.push_back({file.string(), line, {Core::Widen(fields[0]), Core::Widen(fields[1]), Core::Widen(fields[2])},
-                            fields[3]});
+                            arrangement ? "" : fields[3], arrangement});
         }
     }
     return rows;
@@ -54,11 +59,16 @@ std::vector<ContractRow> ContractRows() {
 TEST(ToolContractTest, TheSimulatedToolAnswersEveryRowAsTheRealOneMust) {
     const auto rows = ContractRows();
     ASSERT_GE(rows.size(), 30u);  // the mouse and the toasts at least
-    Sim::SimTool tool;
+    Sim::SimWorld world;
+    Sim::SimTool& tool = world.tool;
     for (const ContractRow& row : rows) {
+        if (row.arrangement) {
+            EXPECT_TRUE(Sim::ArrangeSimArea(world, row.words[0], row.words[1], row.words[2])) << row.file << ":" << row.line;
+            continue;
+        }
         std::vector<std::wstring> args{L"C:\\Program Files\\DeviceControl\\DeviceControlTool.exe"};
         args.insert(args.end(), row.words.begin(), row.words.end());
-        EXPECT_EQ(Sim::RunSimTool(tool, args), row.expected + "\r\n") << row.file << ":" << row.line;
+        EXPECT_EQ(Sim::RunSimTool(world, args), row.expected + "\r\n") << row.file << ":" << row.line;
     }
 }
 
@@ -96,12 +106,13 @@ TEST(ToolContractTest, TheServiceReadsARepliesLeadingInteger) {
 }
 
 TEST(ToolContractTest, TheSimulatedToolRefusesWhatItDoesNotKnow) {
-    Sim::SimTool tool;
+    Sim::SimWorld world;
+    Sim::SimTool& tool = world.tool;
     tool.replies[L"GetMouseSpeed"] = "3\r\n";  // scripted, but only for the area that knows it
     const std::wstring path = L"C:\\DeviceControlTool.exe";
-    EXPECT_EQ(Sim::RunSimTool(tool, {path, L"Notification", L"GetMouseSpeed", L""}), "-1\r\n");
-    EXPECT_EQ(Sim::RunSimTool(tool, {path, L"Accessory", L"GetMouseSpeed"}), "-1\r\n");
-    EXPECT_EQ(Sim::RunSimTool(tool, {path, L"Accessory", L"GetMouseSpeed", L""}), "3\r\n");
+    EXPECT_EQ(Sim::RunSimTool(world, {path, L"Notification", L"GetMouseSpeed", L""}), "-1\r\n");
+    EXPECT_EQ(Sim::RunSimTool(world, {path, L"Accessory", L"GetMouseSpeed"}), "-1\r\n");
+    EXPECT_EQ(Sim::RunSimTool(world, {path, L"Accessory", L"GetMouseSpeed", L""}), "3\r\n");
     EXPECT_EQ(tool.refused.Items(),
               (std::vector<std::wstring>{L"Notification GetMouseSpeed ", L"Accessory GetMouseSpeed"}));
 }

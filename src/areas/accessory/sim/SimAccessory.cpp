@@ -4,7 +4,8 @@
 #include <span>
 
 #include "areas/accessory/AccessoryProtocol.h"
-#include "platform/sim/SimTool.h"
+#include "platform/sim/SimPrograms.h"
+#include "platform/sim/SimWorld.h"
 
 namespace Qv::Sim {
 namespace {
@@ -21,16 +22,16 @@ private:
     SimMouse& state_;
 };
 
-std::wstring Serve(SimTool& tool, const std::wstring& function, const std::wstring& argument) {
-    Mouse mouse(tool.Area<SimMouse>());
+std::wstring Serve(SimWorld& world, const std::wstring& function, const std::wstring& argument) {
+    Mouse mouse(world.tool.Area<SimMouse>());
     return Tool::Accessory::Serve(mouse, function, argument);
 }
 
 }  // namespace
 
-std::span<const Tool::ToolArea<SimTool>> AccessorySimToolAreas() {
-    static const Tool::ToolArea<SimTool> areas[] = {{Tool::Accessory::kArea, Tool::Accessory::kFunctions, &Serve}};
-    return areas;
+SimArea AccessorySimArea() {
+    static const Tool::ToolArea<SimWorld> areas[] = {{Tool::Accessory::kArea, Tool::Accessory::kFunctions, &Serve}};
+    return {areas};
 }
 
 }  // namespace Qv::Sim

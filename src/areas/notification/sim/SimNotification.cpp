@@ -4,7 +4,8 @@
 #include <span>
 
 #include "areas/notification/NotificationProtocol.h"
-#include "platform/sim/SimTool.h"
+#include "platform/sim/SimPrograms.h"
+#include "platform/sim/SimWorld.h"
 
 namespace Qv::Sim {
 namespace {
@@ -22,17 +23,17 @@ private:
     SimToasts& state_;
 };
 
-std::wstring Serve(SimTool& tool, const std::wstring& function, const std::wstring& argument) {
-    Toasts toasts(tool.Area<SimToasts>());
+std::wstring Serve(SimWorld& world, const std::wstring& function, const std::wstring& argument) {
+    Toasts toasts(world.tool.Area<SimToasts>());
     return Tool::Notification::Serve(toasts, function, argument);
 }
 
 }  // namespace
 
-std::span<const Tool::ToolArea<SimTool>> NotificationSimToolAreas() {
-    static const Tool::ToolArea<SimTool> areas[] = {
+SimArea NotificationSimArea() {
+    static const Tool::ToolArea<SimWorld> areas[] = {
         {Tool::Notification::kArea, Tool::Notification::kFunctions, &Serve}};
-    return areas;
+    return {areas};
 }
 
 }  // namespace Qv::Sim
