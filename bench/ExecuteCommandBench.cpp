@@ -28,6 +28,7 @@ const Path kPaths[] = {
     {"feature_string_wmi", 131, L"{}"},
     {"setter_through_tool", 92, L"{\"IValue\":7}"},
     {"toast_getter_tool", 121, L"{}"},
+    {"camera_getter_tool", 2, L"{}"},
 };
 
 SimulatedHost& Host() {

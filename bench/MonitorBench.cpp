@@ -108,7 +108,7 @@ int main(int argc, char** argv) {
     Qv::Sim::SimDevice device;
     TimedPlatform ports(device);
     DeviceControlService service(ports);
-    Sim::SimulatedMemory(device).SetMemoryLoad(40);
+    Qv::Sim::SimulatedMemory(device).SetMemoryLoad(40);
     std::vector<void*> sessions(kSessions, nullptr);
     std::vector<std::thread> listeners;
     std::atomic<int> messages{0};
@@ -131,7 +131,7 @@ int main(int argc, char** argv) {
         const double idleCpu = CpuSeconds() - cpuBefore;
 
         // A round that finds half of the sessions over their threshold.
-        Sim::SimulatedMemory(device).SetMemoryLoad(90);
+        Qv::Sim::SimulatedMemory(device).SetMemoryLoad(90);
         const auto crossing = Clock::now() + std::chrono::seconds(11);
         while (messages.load() < kSessions / 2 && Clock::now() < crossing)
             std::this_thread::sleep_for(std::chrono::milliseconds(5));

@@ -28,7 +28,7 @@ public:
     bool PresentDocument(const std::wstring& path) override {
         auto text = world_.contents.find(Lower(path));
         if (text == world_.contents.end() || !text->second) return false;
-        state_.documents.emplace_back(path, *text->second);
+        state_.documents.Add({path, *text->second});
         return true;
     }
 

@@ -21,7 +21,7 @@ struct SimApplications {
     Recent<std::wstring> opened;                    // application ids opened through the apps folder
     Recent<std::wstring> ended;                     // executable names taskkill ended
     Recent<std::wstring> scripts;                   // every PowerShell script run, as PowerShell read it
-    std::vector<std::pair<std::wstring, std::string>> documents;  // path and text shown to the user
+    Recent<std::pair<std::wstring, std::string>> documents;  // path and text shown to the user
 };
 
 }  // namespace Qv::Sim

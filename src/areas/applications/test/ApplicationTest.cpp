@@ -104,8 +104,8 @@ TEST_F(ApplicationTest, WriteToDocWritesUtf8AndHandsThePathToTheTool) {
     const std::wstring path = L"C:\\Windows\\Temp\\WrenServiceTemp.txt";
     EXPECT_EQ(device.FileText(path), "Gr\xC3\xBC\xC3\x9F" "e \xE2\x82\xAC \xF0\x9F\x98\x80\nzwei");
     EXPECT_EQ(device.CommandLines().back(), kTool + L"WriteToDoc \"" + path + L"\"");
-    ASSERT_EQ(Apps().documents.size(), 1u);
-    EXPECT_EQ(Apps().documents[0].first, path);
+    ASSERT_EQ(Apps().documents.Total(), 1u);
+    EXPECT_EQ(Apps().documents.Items()[0].first, path);
 
     // A temporary folder reported without its closing backslash still gets one.
     device.WithWorld([](Sim::SimWorld& world) { world.temporaryFolder = L"C:\\Temp"; });
