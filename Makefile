@@ -3,10 +3,11 @@
 #               run, and the Windows tests under Wine
 # make bench  - the benchmarks beside their floors (optimised native build, and under Wine)
 # make fuzz   - the ExecuteCommand fuzzer for FUZZ_SECONDS (default 300)
+# make mutate - the mutation gauge (AREAS="accessory camera" for some areas only)
 SHELL := /bin/bash
 FUZZ_SECONDS ?= 300
 NATIVE_PRESETS := native native-asan native-tsan native-release
-.PHONY: all bootstrap $(NATIVE_PRESETS) mingw product test test-native test-asan test-tsan test-windows \
+.PHONY: all bootstrap $(NATIVE_PRESETS) mingw product test test-native test-asan test-tsan test-windows mutate \
         demo bench fuzz clean
 
 all: native mingw
@@ -46,6 +47,10 @@ bench: native-release mingw
 	build/native-release/bin/memory_bench
 	build/native-release/bin/monitor_bench
 	bench/wine-tool-launch
+
+# The mutation gauge: each mutation of tests/mutations/<area>.txt alone, against the native suite.
+mutate: bootstrap
+	tests/mutations/run $(AREAS)
 
 fuzz: native-asan
 	fuzz/run build/native-asan $(FUZZ_SECONDS)
