@@ -25,6 +25,8 @@ target_link_libraries(unit_tests PRIVATE qv_native GTest::gtest GTest::gmock GTe
 target_include_directories(unit_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
 target_compile_definitions(unit_tests PRIVATE QV_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
 add_test(NAME unit_tests COMMAND unit_tests)
+# A hang fails with its test's name (tests/unit/TestWatchdog.cpp) well before this.
+set_tests_properties(unit_tests PROPERTIES TIMEOUT 300)
 if(QV_SANITIZE STREQUAL "address")
   set_tests_properties(unit_tests PROPERTIES ENVIRONMENT
     "UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1:suppressions=${CMAKE_SOURCE_DIR}/tests/ubsan.supp;ASAN_OPTIONS=detect_leaks=1")
@@ -39,6 +41,7 @@ if(QV_FUZZ)
   target_link_libraries(fuzz_execute_command PRIVATE qv_native)
   target_link_options(fuzz_execute_command PRIVATE -fsanitize=fuzzer)
   add_test(NAME fuzz_smoke COMMAND ${CMAKE_SOURCE_DIR}/fuzz/run ${CMAKE_BINARY_DIR} smoke)
+  set_tests_properties(fuzz_smoke PROPERTIES TIMEOUT 300)
 endif()
 
 # Benchmarks against the floor (make bench, in the optimised build).

@@ -119,3 +119,7 @@ set_tests_properties(tool_contract PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURC
 
 add_test(NAME devicectl_cli COMMAND bash ${CMAKE_SOURCE_DIR}/tests/windows/devicectl_cli.sh ${CMAKE_BINARY_DIR}/bin)
 set_tests_properties(devicectl_cli PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURCE_DIR}")
+
+# Every Windows test has a time limit, so a hang fails with the test's name.
+set_tests_properties(windows_tests c_host windows_security_tests windows_platform_tests PROPERTIES TIMEOUT 120)
+set_tests_properties(tool_contract devicectl_cli PROPERTIES TIMEOUT 300)

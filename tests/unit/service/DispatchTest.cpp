@@ -36,6 +36,7 @@ const CommandTable& TestTable() {
         {2, "Test.Delegated", CommandForm::Delegated, &WriteNestedAndFail},
         {3, "Test.Filled", CommandForm::Filled, &WriteNestedAndFail},
         {4, "Test.NotBuilt", CommandForm::Inline, nullptr},
+        {134, "Test.JustOutOfRange", CommandForm::Delegated, &WriteNestedAndFail},
         {200, "Test.OutOfRange", CommandForm::Delegated, &WriteNestedAndFail},
     });
     return table;

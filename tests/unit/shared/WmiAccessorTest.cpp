@@ -22,14 +22,14 @@ protected:
 };
 
 TEST_F(WmiAccessorTest, FailuresMapToTheirStatusesAndAreLoggedWithTheOwner) {
-    EXPECT_EQ(Read(L"Name", L"Win32_Processor", L"ROOT\\NOWHERE"), Status::kWmiInvalidNamespace);
+    EXPECT_EQ(Read(L"Name", L"Win32_Processor", L"ROOT\\NOWHERE"), 0x20000012);  // no such namespace
     EXPECT_TRUE(log->Contains(L"Qv::Tests::WmiOwner.ConnectToWmi - failed on function "
                               L"IWbemLocator->ConnectServer(WmiNamespace) with HRESULT 0x8004100e"));
-    EXPECT_EQ(Read(L"Name", L"Win32_NoSuchClass"), Status::kWmiClassNotFound);
-    EXPECT_EQ(Read(L"NoSuchProperty", L"Win32_Processor"), Status::kWmiPropertyNotFound);
+    EXPECT_EQ(Read(L"Name", L"Win32_NoSuchClass"), 0x2000000f);  // no such class
+    EXPECT_EQ(Read(L"NoSuchProperty", L"Win32_Processor"), 0x2000000d);  // no such property
     device.SimulatedWmi().FailReads(L"Win32_BIOS",
                                     {"EnumClassObject", L"IWbemServices->ExecQuery", static_cast<int32_t>(0x80041017)});
-    EXPECT_EQ(Read(L"SerialNumber", L"Win32_BIOS"), Status::kWmiInvalidQuery);
+    EXPECT_EQ(Read(L"SerialNumber", L"Win32_BIOS"), 0x20000010);  // an invalid query
     // No instance matches: nothing read, nothing logged, no "result".
     log->Clear();
     EXPECT_EQ(Read(L"Value", L"QVBIOS_BIOSString", L"ROOT\\QV\\InstrumentedBIOS", false, L"Name=\"Other\""),

@@ -14,7 +14,9 @@ class Mouse final : public Tool::Accessory::IMouse {
 public:
     explicit Mouse(SimMouse& state) : state_(state) {}
     int Speed() override { return state_.mouseSpeed; }
-    void SetSpeed(int speed) override { state_.mouseSpeed = speed; }
+    void SetSpeed(int speed) override {
+        if (!state_.speedLocked) state_.mouseSpeed = speed;
+    }
     bool Swapped() override { return state_.buttonsSwapped; }
     void SetSwapped(bool swapped) override { state_.buttonsSwapped = swapped; }
 

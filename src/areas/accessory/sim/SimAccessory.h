@@ -6,6 +6,8 @@ namespace Qv::Sim {
 struct SimMouse {
     int mouseSpeed = 10;
     bool buttonsSwapped = false;
+    // A policy holds the pointer speed: the system takes a new one without keeping it.
+    bool speedLocked = false;
 };
 
 }  // namespace Qv::Sim

@@ -86,6 +86,10 @@ TEST_F(AccessoryTest, RepliesAreReadAsTheirFirstLine) {
     EXPECT_EQ(Call(91).text, L"{\"result\":-1}");
     replies[L"GetMouseSwapStatus"] = "abc";
     EXPECT_FALSE(AccessoryHelper::GetInstance()->IsMouseSwapped());
+    replies.erase(L"SetMouseSpeed");
+    device.Tool().Area<Sim::SimMouse>().speedLocked = true;  // taken, not kept: the tool reads back
+    EXPECT_EQ(Call(92, L"{\"IValue\":6}").text, L"{\"result\":false}");
+    device.Tool().Area<Sim::SimMouse>().speedLocked = false;
     replies[L"SetMouseSpeed"] = "0\r\n";
     EXPECT_EQ(Call(92, L"{\"IValue\":5}").text, L"{\"result\":false}");
 
@@ -149,6 +153,9 @@ TEST_F(AccessoryTest, UserSessionKindsAndPaths) {
         device.SetUserEnvironment(L"USERPROFILE", profile);
         EXPECT_FALSE(user.IsRealUserSession()) << profile;
     }
+    // A user whose name only begins with "Default" is a real one.
+    device.SetUserEnvironment(L"USERPROFILE", L"C:\\Users\\DefaultsFan");
+    EXPECT_TRUE(user.IsRealUserSession());
     UserPaths paths(device);
     EXPECT_EQ(paths.GeneralForm(L"%windir%\\..\\Users\\x.dll"), L"C:\\Users\\x.dll");
     EXPECT_TRUE(log->Contains(L"ExpandEnvironmentStrings: [%windir%\\..\\Users\\x.dll] [C:\\Windows\\..\\Users\\x.dll]"));

@@ -71,8 +71,9 @@ TEST_F(ApplicationTest, CloseEndsTheProcessRunningFromTheInstallFolder) {
     EXPECT_EQ(device.ProcessorCommands(), std::vector<std::string>{"taskkill /F /T /IM notes.exe"});
     EXPECT_EQ(Apps().ended.Items(), std::vector<std::wstring>{L"notes.exe"});
 
-    // Not running any more: the query finds nothing and taskkill is not run.
+    // Not running any more: the query finds nothing and taskkill is not run (nothing to refuse either).
     EXPECT_EQ(Close(L"Notes").text, L"{\"result\":false}");
+    EXPECT_EQ(log->Count(LogLevel::Error), 0u);
     // Not installed: the tool answers -1 and nothing else runs.
     EXPECT_EQ(Close(L"Unknown").text, L"{\"result\":false}");
     EXPECT_EQ(device.CommandLines().back(), kTool + L"GetApplicationLocation \"Unknown\"");

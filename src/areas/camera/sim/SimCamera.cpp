@@ -36,6 +36,7 @@ public:
         return std::nullopt;
     }
     bool Set(Control control, int value) override {
+        if (!state_.setsTakeEffect) return true;
         // The driver's ranges.
         switch (control) {
             case Control::Zoom:

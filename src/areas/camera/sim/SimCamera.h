@@ -13,6 +13,8 @@ struct SimCamera {
     bool blur = false;
     bool autoFrameSupported = true;
     bool autoFrame = false;
+    // A driver that accepts a value without holding it (the tool reads back and says so).
+    bool setsTakeEffect = true;
     // What SystemSettingsAdminFlows.exe last set ("SetCamSystemGlobal webcam 1|0").
     bool systemEnabled = true;
     int settingsRuns = 0;

@@ -141,5 +141,22 @@ TEST_F(CameraTest, OnlyANegativeProcessorStatusIsAFailure) {
     EXPECT_EQ(log->Count(LogLevel::Error, L"CameraHelper::SetCameraOnOff Error SystemSettingsAdminFlows execute failed"), 1u);
 }
 
+TEST_F(CameraTest, EachControlAnswersForItselfAndASetMustHold) {
+    Camera().autoFrameSupported = false;
+    EXPECT_EQ(Call(7).text, L"{\"result\":false}");
+    EXPECT_EQ(Call(8).text, L"{\"result\":false}");  // -1 from the tool reads as false
+    EXPECT_EQ(Call(9, L"{\"BValue\":true}").text, L"{\"result\":false}");
+    EXPECT_EQ(Call(4).text, L"{\"result\":true}");
+    Camera().brightnessSupported = false;
+    EXPECT_EQ(Call(10).text, L"{\"result\":-1}");
+    EXPECT_EQ(Call(2).text, L"{\"result\":100}");
+
+    // A driver that takes a value without holding it: the tool reads back and answers -1.
+    Camera().setsTakeEffect = false;
+    EXPECT_EQ(Call(3, L"{\"IValue\":200}").text, L"{\"result\":false}");
+    EXPECT_EQ(Call(6, L"{\"BValue\":true}").text, L"{\"result\":false}");
+    EXPECT_EQ(Camera().zoom, 100);
+}
+
 }  // namespace
 }  // namespace Qv::Tests

@@ -18,7 +18,13 @@ platform::Result<int32_t> SimBattery::BatteryStatus() {
 platform::Result<int32_t> SimBattery::RemainingChargePercent() {
     std::lock_guard<std::mutex> lock(mutex_);
     if (!available_) return platform::Failure{kClassNotRegistered};
+    if (!chargeReadable_) return platform::Failure{static_cast<int32_t>(0x80004005)};
     return charge_;
+}
+
+void SimBattery::SetChargeReadable(bool readable) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    chargeReadable_ = readable;
 }
 
 platform::Result<int64_t> SimBattery::Add(Handlers& handlers, std::function<void()> handler) {

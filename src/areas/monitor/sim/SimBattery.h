@@ -23,6 +23,8 @@ public:
     void Change(int32_t status, int32_t chargePercent);
     // Without a power manager (older systems, Wine): every call fails with REGDB_E_CLASSNOTREG.
     void SetAvailable(bool available);
+    // The charge cannot be read (the power manager answers with an error).
+    void SetChargeReadable(bool readable);
     size_t Registrations() const;
 
 private:
@@ -31,6 +33,7 @@ private:
 
     mutable std::mutex mutex_;
     bool available_ = true;
+    bool chargeReadable_ = true;
     int32_t status_ = Discharging;
     int32_t charge_ = 64;
     int64_t nextToken_ = 1;

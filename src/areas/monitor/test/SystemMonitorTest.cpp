@@ -105,7 +105,7 @@ protected:
     void PollRound() {
         auto& clock = device.SimulatedClock();
         const size_t rounds = clock.SleepUntilCalls();
-        clock.Advance(SystemMonitorHelper::kPollMilliseconds);
+        clock.Advance(10000);  // ten seconds
         EXPECT_TRUE(WaitFor([&] { return clock.SleepUntilCalls() > rounds || !Monitor().MonitorRunning(); }));
     }
 
@@ -221,14 +221,77 @@ TEST_F(SystemMonitorTest, ACallbackThatThrowsDoesNotEndTheSubscription) {
 }
 
 TEST_F(SystemMonitorTest, ACancelledCallEndsTheSubscriptionAtTheNextChange) {
+    // 1: the client cancelled the call; 2: the client is gone. Any other status goes on.
+    for (const uint32_t status : {1u, 2u}) {
+        Sim::SimCaller caller;
+        caller.inquireStatus = 0;
+        caller.callStatus = status;
+        device.SetCaller(caller);
+        auto subscription = Subscribe(L"{\"eventId\":1001}");
+        Sim::SimulatedBattery(device).Change(IBattery::Charging, static_cast<int32_t>(10 * status));  // a change each time
+        EXPECT_EQ(subscription->Finish().text, L"{\"result\":1}") << status;
+        EXPECT_TRUE(subscription->Messages().empty()) << status;
+    }
     Sim::SimCaller caller;
     caller.inquireStatus = 0;
-    caller.callStatus = 2;  // the client is gone
+    caller.callStatus = 3;
     device.SetCaller(caller);
     auto subscription = Subscribe(L"{\"eventId\":1001}");
-    Sim::SimulatedBattery(device).Change(IBattery::Charging, 10);
+    Sim::SimulatedBattery(device).Change(IBattery::Charging, 30);
+    ExpectMessages(*subscription, 1);
+    Call(32, L"{\"eventId\":1001}", session);
     EXPECT_EQ(subscription->Finish().text, L"{\"result\":1}");
+}
+
+TEST_F(SystemMonitorTest, AnUnreadableChargeIsReportedAsMinusOne) {
+    auto subscription = Subscribe(L"{\"eventId\":1001}");
+    Sim::SimulatedBattery(device).SetChargeReadable(false);
+    Sim::SimulatedBattery(device).Change(IBattery::Discharging, 30);
+    ExpectMessages(*subscription, 1);
+    Call(32, L"{\"eventId\":1001}", session);
+    subscription->Finish();
+    EXPECT_EQ(subscription->Messages(),
+              std::vector<std::wstring>{L"{\"eventId\":1001,\"batteryStatus\":\"Discharging\",\"remainingCharge\":-1}"});
+}
+
+TEST_F(SystemMonitorTest, TheThresholdIsExceededOnlyAboveItAndRoundsAreTenSecondsApart) {
+    auto& memory = Sim::SimulatedMemory(device);
+    auto& clock = device.SimulatedClock();
+    memory.SetMemoryLoad(80);
+    auto subscription = Subscribe(L"{\"eventId\":1002,\"memoryThreshold\":80}");
+    clock.WaitForSleepers(1);  // the first round saw 80: equal is not above
+    memory.SetMemoryLoad(81);
+    const size_t rounds = clock.SleepUntilCalls();
+    clock.Advance(9999);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(clock.SleepUntilCalls(), rounds) << "a round before ten seconds";
     EXPECT_TRUE(subscription->Messages().empty());
+    clock.Advance(1);
+    EXPECT_TRUE(WaitFor([&] { return clock.SleepUntilCalls() > rounds; }));
+    ExpectMessages(*subscription, 1);
+    Call(32, L"{\"eventId\":1002}", session);
+    subscription->Finish();
+    EXPECT_EQ(subscription->Messages(), std::vector<std::wstring>{L"{\"eventId\":1002,\"memoryInUse\":81}"});
+
+    // The last load reported (81) is not below a threshold of 81: a load above it is not news.
+    auto again = Subscribe(L"{\"eventId\":1002,\"memoryThreshold\":81}");
+    memory.SetMemoryLoad(95);
+    clock.WaitForSleepers(1);  // its first round saw 95
+    const size_t before = clock.SleepUntilCalls();
+    clock.Advance(10000);
+    EXPECT_TRUE(WaitFor([&] { return clock.SleepUntilCalls() > before; }));
+    Call(32, L"{\"eventId\":1002}", session);
+    again->Finish();
+    EXPECT_TRUE(again->Messages().empty());
+}
+
+TEST_F(SystemMonitorTest, AThresholdOfZeroReportsAnyLoad) {
+    Sim::SimulatedMemory(device).SetMemoryLoad(1);
+    auto subscription = Subscribe(L"{\"eventId\":1002,\"memoryThreshold\":0}");
+    ExpectMessages(*subscription, 1);
+    Call(32, L"{\"eventId\":1002}", session);
+    subscription->Finish();
+    EXPECT_EQ(subscription->Messages(), std::vector<std::wstring>{L"{\"eventId\":1002,\"memoryInUse\":1}"});
 }
 
 TEST_F(SystemMonitorTest, SessionsShareOnePollingThreadThatEndsWithTheLastListener) {
@@ -290,12 +353,20 @@ TEST_F(SystemMonitorTest, SubscriptionsFromSeveralThreadsAtOnce) {
                 std::optional<Answer> answer;
                 std::thread subscriber([&] { answer = Call(31, L"{\"eventId\":" + event + L",\"memoryThreshold\":0}", own); });
                 // Until it is listening, a stop finds nothing; then it finds the subscription.
+                // Bounded: if 32 never finds it, ending the session stops it, so the join returns.
                 Answer stop;
+                const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
                 do {
                     stop = Call(32, L"{\"eventId\":" + event + L"}", own);
-                } while (stop.text == L"{\"result\":12}");
+                } while (stop.text == L"{\"result\":12}" && std::chrono::steady_clock::now() < deadline);
+                if (stop.text != L"{\"result\":11}") {
+                    ++wrong;
+                    service->EndSession(&own);
+                    subscriber.join();
+                    continue;
+                }
                 subscriber.join();
-                if (stop.text != L"{\"result\":11}" || !answer || answer->text != L"{\"result\":1}") ++wrong;
+                if (!answer || answer->text != L"{\"result\":1}") ++wrong;
                 service->EndSession(&own);
             }
         });

@@ -15,7 +15,7 @@ public:
     explicit Toasts(SimToasts& state) : state_(state) {}
     int Enabled() override { return state_.toastEnabled ? 1 : 0; }
     bool SetEnabled(bool on) override {
-        state_.toastEnabled = on;
+        if (!state_.policyLocked) state_.toastEnabled = on;
         return true;
     }
 

@@ -5,6 +5,8 @@ namespace Qv::Sim {
 
 struct SimToasts {
     bool toastEnabled = true;
+    // A policy holds the setting: the write succeeds, the value stays.
+    bool policyLocked = false;
 };
 
 }  // namespace Qv::Sim

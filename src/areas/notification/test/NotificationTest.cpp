@@ -2,6 +2,7 @@
 #include "core/status.h"
 #include "areas/notification/NotificationHelper.h"
 #include "areas/notification/sim/SimNotification.h"
+#include "shared/user/UserSession.h"
 #include "unit/ServiceFixture.h"
 
 namespace Qv::Tests {
@@ -36,6 +37,18 @@ TEST_F(NotificationTest, BValueMustBeABoolean) {
     for (const wchar_t* bad : {L"{}", L"{\"BValue\":null}", L"{\"BValue\":1}", L"{\"BValue\":\"true\"}"})
         EXPECT_EQ(Call(122, bad), (Answer{Status::kArgumentCheckFailed, L"{}"})) << bad;
     EXPECT_TRUE(device.CommandLines().empty());
+}
+
+TEST_F(NotificationTest, AChangeMustHoldWhenReadBack) {
+    device.Tool().Area<Sim::SimToasts>().policyLocked = true;  // a policy keeps toasts on
+    // The tool reads back and answers -1; the service reads that as the integer it is.
+    std::wstring reply;
+    ASSERT_TRUE(Bridge::Server::Services::DeviceControl::UserSession(device).RunAsUserAndCapture(
+        L"C:\\Program Files\\DeviceControl\\DeviceControlTool.exe",
+        L"\"C:\\Program Files\\DeviceControl\\DeviceControlTool.exe\" Notification SetToastOnOff \"0\"", reply));
+    EXPECT_EQ(reply, L"-1");
+    EXPECT_EQ(Call(122, L"{\"BValue\":false}"), (Answer{Status::kSuccess, L"{\"result\":true}"}));
+    EXPECT_EQ(Call(121).text, L"{\"result\":true}");
 }
 
 }  // namespace

@@ -12,7 +12,17 @@ using namespace Bridge::Server::Services::DeviceControl;
 class PowerModeTest : public ServiceFixture {
 protected:
     Sim::SimPowerApi& Power() { return Sim::SimulatedPower(device); }
-    const platform::Guid& Overlay(PowerMode mode) { return PowerHelper::ModeOverlays().at(mode); }
+    // The overlays as the system names them, written out here rather than read from the helper.
+    static platform::Guid Overlay(PowerMode mode) {
+        switch (mode) {
+            case BestPerformance:  // {DED574B5-45A0-4F42-8737-46345C09C238}
+                return {0xDED574B5, 0x45A0, 0x4F42, {0x87, 0x37, 0x46, 0x34, 0x5C, 0x09, 0xC2, 0x38}};
+            case BestPowerEfficiency:  // {961CC777-2547-4F9D-8174-7D86181B8A7A}
+                return {0x961CC777, 0x2547, 0x4F9D, {0x81, 0x74, 0x7D, 0x86, 0x18, 0x1B, 0x8A, 0x7A}};
+            default:  // balanced: {00000000-0000-0000-0000-000000000000}
+                return {};
+        }
+    }
 };
 
 TEST_F(PowerModeTest, OnlyThePowerSourceInUseIsChanged) {

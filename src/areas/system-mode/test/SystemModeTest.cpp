@@ -30,6 +30,8 @@ TEST(FeatureStringTest, CodesCountOnlyAtEvenPositions) {
     EXPECT_EQ(SystemHelper::HasFeatureByteCode(L"FBYTE#a1b2.te;", L"te"), 0);  // after the "."
     EXPECT_EQ(SystemHelper::HasFeatureByteCode(L"FBYTE#ate;", L"te"), 0);      // odd position
     EXPECT_EQ(SystemHelper::HasFeatureByteCode(L"teFBYTE#t;", L"te"), -1);     // a section shorter than a code
+    EXPECT_EQ(SystemHelper::HasFeatureByteCode(L"FBYTE#te;", L"te"), 1);       // a section of exactly one code
+    EXPECT_EQ(SystemHelper::HasFeatureByteCode(L"FBYTE#a1.bte;", L"te"), 0);   // an even position, but after the "."
     EXPECT_EQ(SystemHelper::HasFeatureByteCode(L"te", L"te"), 0);              // no section
 }
 
@@ -54,8 +56,11 @@ TEST_F(SystemModeTest, ReadAndWriteUseTheirMethodsAndBytes) {
     EXPECT_EQ(device.SimulatedWmi().FirmwareMethods(), (std::vector<std::wstring>{L"qvkBIOSInt4", L"qvkBIOSInt0"}));
     EXPECT_EQ(device.SimulatedWmi().LastFirmwareInput(), (std::vector<uint8_t>{2, 1, 0, 0}));
     EXPECT_EQ(Firmware().systemMode, 2);
+    // The mode goes as four bytes, lowest first.
+    EXPECT_EQ(Call(133, L"{\"IValue\":67305985}").text, L"{\"result\":true}");  // 0x04030201
+    EXPECT_EQ(device.SimulatedWmi().LastFirmwareInput(), (std::vector<uint8_t>{1, 2, 3, 4}));
 
-    Firmware().returnCode = 5;
+    Firmware().returnCode = 1;  // any code but 0 is a refusal
     EXPECT_EQ(Call(133, L"{\"IValue\":3}").text, L"{\"result\":false}");
     Firmware().present = false;
     EXPECT_EQ(Call(133, L"{\"IValue\":3}").text, L"{\"result\":false}");
