@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -41,16 +42,23 @@ public:
         return static_cast<uint64_t>(
             std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now().time_since_epoch()).count());
     }
-    void SleepUntil(uint64_t deadline) override {
+    bool SleepUntil(uint64_t deadline, const std::atomic<bool>& stop) override {
         {
             std::lock_guard<std::mutex> lock(rounds_.mutex);
             rounds_.milliseconds.push_back(std::chrono::duration<double, std::milli>(Clock::now() - rounds_.started).count());
         }
-        std::this_thread::sleep_until(Clock::time_point(std::chrono::milliseconds(deadline)));
+        std::unique_lock<std::mutex> lock(mutex_);
+        return !woken_.wait_until(lock, Clock::time_point(std::chrono::milliseconds(deadline)), [&] { return stop.load(); });
+    }
+    void Wake() override {
+        std::lock_guard<std::mutex> lock(mutex_);
+        woken_.notify_all();
     }
 
 private:
     Rounds& rounds_;
+    std::mutex mutex_;
+    std::condition_variable woken_;
 };
 
 class TimedMemory : public platform::IMemoryStatus {

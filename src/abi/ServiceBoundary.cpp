@@ -70,7 +70,9 @@ int ExecuteCommand(QVServiceObject* self, void* sessionContext, unsigned int fun
                    [&] { return Service(self).ExecuteCommand(sessionContext, functionId, input, output, callbacks); });
 }
 
-void ReleaseOutput(QVServiceObject* self, wchar_t* text) { Service(self).ReleaseOutput(text); }
+// Texts are malloc'ed in the module's heap and need nothing of the object: a host thread that
+// comes back from a subscription its service's destruction ended can still release its answer.
+void ReleaseOutput(QVServiceObject* /*self*/, wchar_t* text) { std::free(text); }
 
 void StartupTask(QVServiceObject* self) {
     Guarded("startup_task", 0, [&] {

@@ -20,6 +20,12 @@ struct Area {
     void (*sessionStarted)(DeviceControlServiceContext& context, platform::Platform& platform) = nullptr;
     // The session is about to be freed, with the area's state in it.
     void (*sessionEnding)(DeviceControlServiceContext& context, platform::Platform& platform) = nullptr;
+    // The service is being destroyed while this session is still open: end what holds a host
+    // thread in it (the session itself stays the host's to end).
+    void (*serviceStopping)(DeviceControlServiceContext& context, platform::Platform& platform) = nullptr;
+    // The last service object is gone and the host may unload the module next: stop and join
+    // every thread the area started. A later service starts them again as needed.
+    void (*lastServiceGone)(platform::Platform& platform) = nullptr;
     // The host's start-up task, the end of the first-run experience, a Windows session change.
     void (*startup)(platform::Platform& platform) = nullptr;
     void (*firstRun)(platform::Platform& platform) = nullptr;

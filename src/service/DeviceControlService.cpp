@@ -6,6 +6,7 @@
 #include <new>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "core/null_checker.h"
 #include "core/status.h"
@@ -19,13 +20,37 @@ using Logging::LogManager;
 
 DeviceControlService::DeviceControlService() : DeviceControlService(platform::Current()) {}
 
+namespace {
+
+// Service objects alive in the process: when the last one goes, the areas stop their threads.
+std::atomic<int>& LiveServices() {
+    static std::atomic<int> count{0};
+    return count;
+}
+
+}  // namespace
+
 DeviceControlService::DeviceControlService(platform::Platform& platform, const CommandTable& commands)
     : platform_(platform), commands_(commands), className_(Core::TypeName<DeviceControlService>()) {
     logger_ = LogManager::GetSystemInformationLogger();
     launchStarted_ = 0;
+    ++LiveServices();
 }
 
 DeviceControlService::~DeviceControlService() {
+    // A host that stops the service may unload the module next: no thread of ours may be left
+    // waiting, either on a host thread's subscription or on the module's own.
+    std::vector<DeviceControlServiceContext*> open;
+    {
+        std::lock_guard<std::mutex> lock(sessionsMutex_);
+        open.assign(sessions_.begin(), sessions_.end());
+    }
+    for (DeviceControlServiceContext* context : open)
+        for (const Area& area : Areas())
+            if (area.serviceStopping != nullptr) area.serviceStopping(*context, platform_);
+    if (--LiveServices() == 0)
+        for (const Area& area : Areas())
+            if (area.lastServiceGone != nullptr) area.lastServiceGone(platform_);
     if (timedEventThread_) {
         {
             std::lock_guard<std::mutex> lock(timedEventMutex_);
@@ -62,6 +87,10 @@ int DeviceControlService::StartSession(wchar_t* clientId, void** sessionContext)
         if (context->clientId == nullptr) throw std::bad_alloc();
         if (length != 0) std::wmemcpy(context->clientId, clientId, length);
         context->clientId[length] = L'\0';
+        {
+            std::lock_guard<std::mutex> lock(sessionsMutex_);
+            sessions_.insert(context.get());
+        }
         *sessionContext = context.release();
     }
     logger_->LogInfo(L"DeviceControlService::StartSession clientId: %s", clientId);
@@ -71,6 +100,10 @@ int DeviceControlService::StartSession(wchar_t* clientId, void** sessionContext)
 int DeviceControlService::EndSession(void** sessionContext) {
     if (sessionContext != nullptr && *sessionContext != nullptr) {
         auto* context = static_cast<DeviceControlServiceContext*>(*sessionContext);
+        {
+            std::lock_guard<std::mutex> lock(sessionsMutex_);
+            sessions_.erase(context);
+        }
         for (const Area& area : Areas())
             if (area.sessionEnding != nullptr) area.sessionEnding(*context, platform_);
         std::free(context->clientId);

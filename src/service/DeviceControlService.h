@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <thread>
 
 #include "core/logging.h"
@@ -65,6 +66,8 @@ private:
     const CommandTable& commands_;
 
     std::mutex serviceMutex_;
+    std::mutex sessionsMutex_;
+    std::set<DeviceControlServiceContext*> sessions_;  // started here and not yet ended
     Logging::TraceLogger* logger_ = nullptr;
     const char* className_ = nullptr;
     std::mutex timedEventMutex_;

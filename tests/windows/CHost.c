@@ -113,6 +113,7 @@ static void MakeLarge(QVHostFunction* function) {
 /* A low-memory subscription (command 31) held open on a thread of its own. */
 typedef struct Subscription {
     QVServiceObject* service;
+    const QVServiceSlots* slots; /* kept apart: the service may be destroyed while 31 waits */
     void* session;
     int status;
     wchar_t answer[64];
@@ -124,10 +125,11 @@ static DWORD WINAPI Subscribe(void* argument) {
     wchar_t* output = NULL;
     QVHostFunction callback;
     MakeSmall(&callback);
-    subscription->status = subscription->service->slots->ExecuteCommand(
-        subscription->service, subscription->session, 31, request, &output, &callback, NULL);
+    const QVServiceSlots* slots = subscription->slots != NULL ? subscription->slots : subscription->service->slots;
+    subscription->status =
+        slots->ExecuteCommand(subscription->service, subscription->session, 31, request, &output, &callback, NULL);
     if (output != NULL) wcsncpy(subscription->answer, output, 63);
-    subscription->service->slots->ReleaseOutput(subscription->service, output);
+    slots->ReleaseOutput(subscription->service, output);
     return 0;
 }
 
@@ -142,7 +144,69 @@ static int Execute(QVServiceObject* service, void* session, unsigned number, con
     return service->slots->ExecuteCommand(service, session, number, input, output, &callback, NULL);
 }
 
-int main(void) {
+/*
+ * The host's life as a service host lives it, then the module unloaded: subscribe to low memory,
+ * take the event, end the subscription (or, with `waiting`, destroy the service while it still
+ * holds the host's thread), end the session, destroy the service, FreeLibrary, and live on for
+ * `seconds`. No code of the module may run after FreeLibrary: a thread of its that woke up later
+ * would fault in unmapped code and take the host with it.
+ */
+static int Unload(int waiting, DWORD seconds) {
+    wchar_t path[MAX_PATH];
+    wchar_t client[] = L"c-host-unload";
+    wchar_t* output = NULL;
+    void* session = NULL;
+    Subscription subscription;
+    HANDLE thread;
+    HMODULE module;
+    QVServiceObject* (*create)(void);
+    QVServiceObject* service;
+    int waited;
+
+    ExpandEnvironmentStringsW(L"%ProgramFiles%\\DeviceControl\\DeviceControlService.dll", path, MAX_PATH);
+    module = LoadLibraryW(path);
+    CHECK(module != NULL, "the installed DLL loads");
+    if (module == NULL) return 1;
+    create = (QVServiceObject * (*)(void))(void*)GetProcAddress(module, "QVCreateService");
+    service = create != NULL ? create() : NULL;
+    CHECK(service != NULL, "the factory gives a service");
+    if (service == NULL) return 1;
+    service->slots->StartSession(service, client, &session);
+
+    memset(&subscription, 0, sizeof subscription);
+    subscription.service = service;
+    subscription.slots = service->slots;
+    subscription.session = session;
+    thread = CreateThread(NULL, 0, Subscribe, &subscription, 0, NULL);
+    for (waited = 0; counts.calls == 0 && waited < 20000; waited += 10) Sleep(10);
+    CHECK(counts.calls == 1, "the low-memory event arrived (threshold 0)");
+    if (!waiting) {
+        CHECK(Execute(service, session, 32, L"{\"eventId\":1002}", &output, 0) == 0 && output != NULL &&
+                  wcscmp(output, L"{\"result\":11}") == 0,
+              "32 ends the subscription");
+        service->slots->ReleaseOutput(service, output);
+        CHECK(WaitForSingleObject(thread, 20000) == WAIT_OBJECT_0, "the subscribing thread returns");
+        CHECK(wcscmp(subscription.answer, L"{\"result\":1}") == 0, "31 answers 1");
+        CHECK(service->slots->EndSession(service, &session) == 0, "the session ends");
+        CHECK(service->slots->DeletingDestructor(service, 1) == (void*)service, "the service is destroyed");
+    } else {
+        /* The host stops the service with a subscription still waiting in 31. */
+        CHECK(service->slots->DeletingDestructor(service, 1) == (void*)service, "the service is destroyed");
+        CHECK(WaitForSingleObject(thread, 20000) == WAIT_OBJECT_0, "the subscription held in 31 was ended");
+        CHECK(wcscmp(subscription.answer, L"{\"result\":1}") == 0, "31 answers 1");
+    }
+    CloseHandle(thread);
+    CHECK(FreeLibrary(module), "FreeLibrary");
+    CHECK(GetModuleHandleW(L"DeviceControlService.dll") == NULL, "the module is unmapped");
+    printf("living on for %lu s after FreeLibrary\n", (unsigned long)seconds);
+    fflush(stdout);
+    Sleep(seconds * 1000);
+    CHECK(1, "the host is still alive");
+    printf("%d checks, %d failed\n", checks, failures);
+    return failures == 0 ? 0 : 1;
+}
+
+int main(int argc, char** argv) {
     wchar_t path[MAX_PATH];
     HMODULE module;
     QVServiceObject* (*create)(void);
@@ -153,6 +217,9 @@ int main(void) {
     wchar_t client[] = L"c-host";
     QVHostFunction empty;
     int i;
+
+    if (argc >= 2 && (strcmp(argv[1], "unload") == 0 || strcmp(argv[1], "unload-waiting") == 0))
+        return Unload(strcmp(argv[1], "unload-waiting") == 0, argc >= 3 ? (DWORD)atoi(argv[2]) : 25);
 
     ExpandEnvironmentStringsW(L"%ProgramFiles%\\DeviceControl\\DeviceControlService.dll", path, MAX_PATH);
     module = LoadLibraryW(path);
@@ -208,7 +275,7 @@ int main(void) {
     {
         /* The module keeps a copy of the callback for its event messages and calls it from the
            subscription's thread; command 32 on this thread ends the subscription. */
-        Subscription subscription = {service, session, -1, {0}};
+        Subscription subscription = {service, NULL, session, -1, {0}};
         wchar_t stop[] = L"{\"eventId\":1002}";
         HANDLE thread = CreateThread(NULL, 0, Subscribe, &subscription, 0, NULL);
         for (i = 0; i < 1000 && counts.calls == 0; ++i) Sleep(10);

@@ -31,6 +31,10 @@ Area SystemMonitorArea() {
     area.sessionEnding = [](DeviceControlServiceContext& context, platform::Platform& platform) {
         SystemMonitorHelper::GetInstance()->SessionEnding(context, platform);
     };
+    area.serviceStopping = [](DeviceControlServiceContext& context, platform::Platform& platform) {
+        SystemMonitorHelper::GetInstance()->ServiceStopping(context, platform);
+    };
+    area.lastServiceGone = [](platform::Platform&) { SystemMonitorHelper::GetInstance()->StopPolling(); };
     return area;
 }
 

@@ -62,11 +62,7 @@ SystemMonitorHelper::SystemMonitorHelper(platform::Platform* platform)
     logger_ = Logging::LogManager::GetSystemInformationLogger();
 }
 
-SystemMonitorHelper::~SystemMonitorHelper() {
-    stop_.store(true);
-    std::unique_lock<std::mutex> lock(listLock_);
-    monitorEnded_.wait(lock, [&] { return !monitorRunning_; });
-}
+SystemMonitorHelper::~SystemMonitorHelper() { StopPolling(); }
 
 // --- the commands -----------------------------------------------------------------------------
 
@@ -263,26 +259,30 @@ void SystemMonitorHelper::SessionStarted(DeviceControlServiceContext& context, p
     session.memoryEventNames[1] = L"qvmtc_" + uuids.NewUuidString().ValueOr(L"");
 }
 
+void SystemMonitorHelper::StopSubscriptions(DeviceControlServiceContext& context, platform::Platform& platform,
+                                            const wchar_t* message) {
+    MonitorSession* session = context.FindState<MonitorSession>();
+    if (session == nullptr) return;
+    // Sets the stop events of the running subscriptions and waits until they have closed their
+    // events, so that the host threads they hold return.
+    std::unique_lock<std::mutex> lock(context.lock);
+    const auto stopped = [&](const platform::OwnedEvent& stop) { return stop && platform.Events().Set(stop.get()).Ok(); };
+    const bool battery = stopped(session->batteryStopEvent);
+    const bool memory = stopped(session->memoryStopEvent);
+    if (!battery && !memory) return;
+    logger_->LogWarning(message);
+    session->subscriptionEnded.wait(lock, [&] {
+        return (!battery || !session->batteryStopEvent) && (!memory || !session->memoryStopEvent);
+    });
+}
+
 void SystemMonitorHelper::SessionEnding(DeviceControlServiceContext& context, platform::Platform& platform) {
     MonitorSession* session = context.FindState<MonitorSession>();
     if (session == nullptr) return;
-    {
-        // A client should end its subscriptions (command 32) before its session. One that did not
-        // would leave a host thread waiting on events about to be closed, in a context about to be
-        // freed: stop it, and wait until it has closed its events.
-        std::unique_lock<std::mutex> lock(context.lock);
-        const auto stopped = [&](const platform::OwnedEvent& stop) {
-            return stop && platform.Events().Set(stop.get()).Ok();
-        };
-        const bool battery = stopped(session->batteryStopEvent);
-        const bool memory = stopped(session->memoryStopEvent);
-        if (battery || memory) {
-            logger_->LogWarning(L"DeviceControlService::EndSession - ending a subscription still running");
-            session->subscriptionEnded.wait(lock, [&] {
-                return (!battery || !session->batteryStopEvent) && (!memory || !session->memoryStopEvent);
-            });
-        }
-    }
+    // A client should end its subscriptions (command 32) before its session. One that did not
+    // would leave a host thread waiting on events about to be closed, in a context about to be
+    // freed.
+    StopSubscriptions(context, platform, L"DeviceControlService::EndSession - ending a subscription still running");
     // A failed close is not reported here.
     (void)session->batteryStopEvent.Close();
     (void)session->batteryChangeEvent.Close();
@@ -309,9 +309,32 @@ void SystemMonitorHelper::removeLowMemoryClient(MonitorSession* session) {
 }
 
 void SystemMonitorHelper::createSysMonitorThread() {
-    monitorThread_ = std::thread(&SystemMonitorHelper::monitorLowMemory, this, &Ports());
+    // The previous thread has ended (it cleared monitorRunning_ under this lock and returned).
+    if (monitorThread_.joinable()) monitorThread_.join();
+    pollingPorts_ = &Ports();
+    monitorThread_ = std::thread(&SystemMonitorHelper::monitorLowMemory, this, pollingPorts_);
     monitorRunning_ = true;
     ++threadsStarted_;
+}
+
+void SystemMonitorHelper::StopPolling() {
+    std::thread polling;
+    platform::Platform* ports = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(listLock_);
+        stop_.store(true);
+        polling = std::move(monitorThread_);
+        ports = pollingPorts_;
+    }
+    if (ports != nullptr) ports->Clock().Wake();
+    if (polling.joinable()) {
+        if (polling.get_id() == std::this_thread::get_id()) polling.detach();
+        else polling.join();
+    }
+    std::lock_guard<std::mutex> lock(listLock_);
+    monitorRunning_ = false;
+    stop_.store(false);
+    monitorEnded_.notify_all();
 }
 
 void SystemMonitorHelper::monitorLowMemory(platform::Platform* ports) {
@@ -340,17 +363,18 @@ void SystemMonitorHelper::monitorLowMemory(platform::Platform* ports) {
                 return;
             }
         }
-        clock.SleepUntil(clock.SteadyMilliseconds() + kPollMilliseconds);
+        clock.SleepUntil(clock.SteadyMilliseconds() + kPollMilliseconds, stop_);
     }
     std::lock_guard<std::mutex> lock(listLock_);
     EndMonitorThread();
 }
 
 void SystemMonitorHelper::EndMonitorThread() {
-    // Called by the thread itself, under the list lock. It detaches itself: nobody needs to
-    // join a thread that has ended, and the next listener starts a new one.
+    // Called by the thread itself, under the list lock, just before it returns. It stays
+    // joinable: the next listener joins it before starting a new one, and StopPolling joins a
+    // running one, so no thread of the module outlives the last service (the host may unload
+    // the module next).
     monitorRunning_ = false;
-    if (monitorThread_.joinable()) monitorThread_.detach();
     monitorEnded_.notify_all();
 }
 

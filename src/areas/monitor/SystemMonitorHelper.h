@@ -34,8 +34,7 @@ public:
     static SystemMonitorHelper* GetInstance();
     // A helper of its own on `platform` (tests).
     explicit SystemMonitorHelper(platform::Platform* platform);
-    // Stops the polling thread and waits for its end; the thread must not be asleep on a clock
-    // that will never move again.
+    // Stops the polling thread and joins it.
     ~SystemMonitorHelper();
     SystemMonitorHelper(const SystemMonitorHelper&) = delete;
     SystemMonitorHelper& operator=(const SystemMonitorHelper&) = delete;
@@ -59,6 +58,14 @@ public:
     // running is ended and the registrations are removed.
     static void SessionStarted(DeviceControlServiceContext& context, platform::Platform& platform);
     void SessionEnding(DeviceControlServiceContext& context, platform::Platform& platform);
+    // The service is being destroyed while the session is open: its subscriptions are ended, so
+    // the host threads they hold return.
+    void ServiceStopping(DeviceControlServiceContext& context, platform::Platform& platform) {
+        StopSubscriptions(context, platform, L"DeviceControlService::~DeviceControlService - ending a subscription still running");
+    }
+    // Stops the polling thread and joins it (the last service is gone; the module may be
+    // unloaded next). A later listener starts a new one.
+    void StopPolling();
 
     // For tests and tools: sessions listening for low memory, polling threads started so far,
     // and whether one runs now.
@@ -77,6 +84,7 @@ private:
                const std::function<void()>& end, const std::function<void()>& detach,
                const std::function<void()>& send);
     void CloseEvent(platform::OwnedEvent& event, const char* operation);
+    void StopSubscriptions(DeviceControlServiceContext& context, platform::Platform& platform, const wchar_t* message);
     void RemoveBatteryRegistrations(MonitorSession& session);
 
     void addLowMemoryClient(MonitorSession* session);
@@ -98,7 +106,8 @@ private:
     platform::Platform* platform_ = nullptr;
 
     mutable std::mutex listLock_;  // guards everything below
-    std::thread monitorThread_;  // detached by the thread itself when it ends
+    std::thread monitorThread_;  // joined by the next start or by StopPolling
+    platform::Platform* pollingPorts_ = nullptr;  // the platform the polling thread runs on
     bool monitorRunning_ = false;
     std::condition_variable monitorEnded_;
     std::atomic<bool> stop_{false};

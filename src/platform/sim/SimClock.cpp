@@ -12,13 +12,19 @@ uint64_t SimClock::SteadyMilliseconds() {
     return now_;
 }
 
-void SimClock::SleepUntil(uint64_t deadline) {
+bool SimClock::SleepUntil(uint64_t deadline, const std::atomic<bool>& stop) {
     std::unique_lock<std::mutex> lock(mutex_);
     ++sleepers_;
     ++sleepUntilCalls_;
     changed_.notify_all();
-    changed_.wait(lock, [&] { return now_ >= deadline; });
+    changed_.wait(lock, [&] { return now_ >= deadline || stop.load(); });
     --sleepers_;
+    changed_.notify_all();
+    return now_ >= deadline;
+}
+
+void SimClock::Wake() {
+    std::lock_guard<std::mutex> lock(mutex_);
     changed_.notify_all();
 }
 

@@ -15,7 +15,8 @@ class SimClock : public platform::IClock {
 public:
     void Sleep(uint32_t milliseconds) override;
     uint64_t SteadyMilliseconds() override;
-    void SleepUntil(uint64_t deadline) override;
+    bool SleepUntil(uint64_t deadline, const std::atomic<bool>& stop) override;
+    void Wake() override;
 
     std::vector<uint32_t> Sleeps() const;
     void Advance(uint64_t milliseconds);

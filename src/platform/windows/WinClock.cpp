@@ -15,8 +15,15 @@ uint64_t WinClock::SteadyMilliseconds() {
                                      .count());
 }
 
-void WinClock::SleepUntil(uint64_t deadline) {
-    std::this_thread::sleep_until(std::chrono::steady_clock::time_point(std::chrono::milliseconds(deadline)));
+bool WinClock::SleepUntil(uint64_t deadline, const std::atomic<bool>& stop) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return !woken_.wait_until(lock, std::chrono::steady_clock::time_point(std::chrono::milliseconds(deadline)),
+                              [&] { return stop.load(); });
+}
+
+void WinClock::Wake() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    woken_.notify_all();
 }
 
 }  // namespace Qv::platform::windows

@@ -331,6 +331,43 @@ TEST_F(SystemMonitorTest, EndingTheSessionEndsASubscriptionStillRunning) {
     EXPECT_TRUE(log->Contains(L"ending a subscription still running"));
 }
 
+TEST_F(SystemMonitorTest, TheLastServiceGoneLeavesNoThreadOfTheModule) {
+    // A host stops the service with a subscription still holding its thread in 31: the
+    // subscription ends, and the polling thread is stopped and joined, not left asleep.
+    Sim::SimulatedMemory(device).SetMemoryLoad(50);
+    // The host's thread keeps the object's address; its answer is released as slot 4 does it.
+    DeviceControlService* host = service.get();
+    const size_t waiting = device.SimulatedEvents().Waiters();
+    auto subscription = std::make_unique<Subscription>(
+        [this, host](const std::wstring& text, std::function<void(wchar_t*)> callback) {
+            std::wstring input = text;
+            wchar_t* output = nullptr;
+            Answer answer{host->ExecuteCommand(session, 31, input.data(), &output, std::move(callback), nullptr),
+                          std::nullopt};
+            if (output != nullptr) answer.text = std::wstring(output);
+            std::free(output);
+            return answer;
+        },
+        L"{\"eventId\":1002,\"memoryThreshold\":90}");
+    ASSERT_TRUE(WaitFor([&] { return device.SimulatedEvents().Waiters() > waiting; }));
+    device.SimulatedClock().WaitForSleepers(1);
+    ASSERT_TRUE(Monitor().MonitorRunning());
+    service.reset();
+    EXPECT_EQ(subscription->Finish(), (Answer{Status::kSuccess, L"{\"result\":1}"}));
+    EXPECT_FALSE(Monitor().MonitorRunning());
+    EXPECT_EQ(device.SimulatedClock().Sleepers(), 0u);
+    EXPECT_TRUE(log->Contains(L"DeviceControlService::~DeviceControlService - ending a subscription still running"));
+
+    // A new service polls again.
+    service = std::make_unique<DeviceControlService>(device);
+    const size_t started = Monitor().MonitorThreadsStarted();
+    auto again = Subscribe(L"{\"eventId\":1002,\"memoryThreshold\":40}");
+    ExpectMessages(*again, 1);
+    EXPECT_EQ(Monitor().MonitorThreadsStarted(), started + 1);
+    Call(32, L"{\"eventId\":1002}", session);
+    EXPECT_EQ(again->Finish().text, L"{\"result\":1}");
+}
+
 TEST_F(SystemMonitorTest, SubscriptionsFromSeveralThreadsAtOnce) {
     constexpr int kHosts = 4;
     constexpr int kRounds = 5;
