@@ -26,7 +26,8 @@ protected:
 };
 
 // The tool's line for one of kFunctions. A change answers "1" only when reading it back shows
-// that it took.
+// that it took, and "0" when it did not: the service reads any non-zero reply of this area as
+// on, so a failed change must not answer "-1".
 inline std::wstring Serve(IToasts& toasts, const std::wstring& function, const std::wstring& argument) {
     if (function == kGetToastOnOff) {
         const int enabled = toasts.Enabled();
@@ -35,7 +36,7 @@ inline std::wstring Serve(IToasts& toasts, const std::wstring& function, const s
     if (function == kSetToastOnOff) {
         bool on = false;
         if (!ParseSwitch(argument, on)) return kFailure;
-        return toasts.SetEnabled(on) && toasts.Enabled() == (on ? 1 : 0) ? L"1" : kFailure;
+        return toasts.SetEnabled(on) && toasts.Enabled() == (on ? 1 : 0) ? L"1" : L"0";
     }
     return kFailure;
 }

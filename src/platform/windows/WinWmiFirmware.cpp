@@ -169,7 +169,9 @@ FirmwareReply WinWmi::ExecuteFirmwareCommand(const FirmwareRequest& request) {
     // GetReady: the channel's namespace.
     std::vector<WmiCallFailure> failures;
     com_ptr<IWbemServices> services = ConnectToWmi(kFirmwareNamespace, "GetReady", failures);
-    if (!services) {
+    // Unlike a property read, the channel is not ready after any failure on the way, a COM
+    // security initialisation that failed (other than RPC_E_TOO_LATE) included.
+    if (!services || !failures.empty()) {
         reply.failure = failures.empty() ? WmiCallFailure{"GetReady", L"IWbemLocator->ConnectServer(WmiNamespace)", E_FAIL}
                                          : failures.back();
         return reply;

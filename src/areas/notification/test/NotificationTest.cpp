@@ -41,13 +41,13 @@ TEST_F(NotificationTest, BValueMustBeABoolean) {
 
 TEST_F(NotificationTest, AChangeMustHoldWhenReadBack) {
     device.Tool().Area<Sim::SimToasts>().policyLocked = true;  // a policy keeps toasts on
-    // The tool reads back and answers -1; the service reads that as the integer it is.
+    // The tool reads back and answers 0: the change failed, and the answer says so.
     std::wstring reply;
     ASSERT_TRUE(Bridge::Server::Services::DeviceControl::UserSession(device).RunAsUserAndCapture(
         L"C:\\Program Files\\DeviceControl\\DeviceControlTool.exe",
         L"\"C:\\Program Files\\DeviceControl\\DeviceControlTool.exe\" Notification SetToastOnOff \"0\"", reply));
-    EXPECT_EQ(reply, L"-1");
-    EXPECT_EQ(Call(122, L"{\"BValue\":false}"), (Answer{Status::kSuccess, L"{\"result\":true}"}));
+    EXPECT_EQ(reply, L"0");
+    EXPECT_EQ(Call(122, L"{\"BValue\":false}"), (Answer{Status::kSuccess, L"{\"result\":false}"}));
     EXPECT_EQ(Call(121).text, L"{\"result\":true}");
 }
 
