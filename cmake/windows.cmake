@@ -96,6 +96,8 @@ add_test(NAME c_host COMMAND c_host)
 # the host lives on for 25 seconds (two polling intervals and more) without a fault.
 add_test(NAME c_host_unload COMMAND c_host unload 25)
 add_test(NAME c_host_unload_waiting COMMAND c_host unload-waiting 25)
+# A callback that raises a Visual C++ exception (a structured exception) during a subscription.
+add_test(NAME c_host_seh_callback COMMAND c_host seh-callback)
 
 # The exported security classes, imported from the DLL.
 add_executable(windows_security_tests tests/windows/TrustTest.cpp $<TARGET_OBJECTS:qv_core>)
@@ -125,6 +127,7 @@ add_test(NAME devicectl_cli COMMAND bash ${CMAKE_SOURCE_DIR}/tests/windows/devic
 set_tests_properties(devicectl_cli PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURCE_DIR}")
 
 # Every Windows test has a time limit, so a hang fails with the test's name.
-set_tests_properties(windows_tests c_host c_host_unload c_host_unload_waiting windows_security_tests windows_platform_tests
+set_tests_properties(windows_tests c_host c_host_unload c_host_unload_waiting c_host_seh_callback windows_security_tests
+                     windows_platform_tests
                      PROPERTIES TIMEOUT 120)
 set_tests_properties(tool_contract devicectl_cli PROPERTIES TIMEOUT 300)

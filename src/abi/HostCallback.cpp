@@ -1,5 +1,12 @@
 #include "abi/HostCallback.h"
 
+#include <stdexcept>
+
+#ifdef _WIN32
+// The host's call inside a structured-exception frame (platform/windows/HostCallGuard.cpp).
+extern "C" int QvGuardedHostCall(void (*call)(void*, void*), void* first, void* second);
+#endif
+
 namespace Qv::Abi {
 
 void HostCallback::MoveInto(QVHostFunction& from, QVHostFunction& to) noexcept {
@@ -34,7 +41,16 @@ HostCallback::~HostCallback() {
 
 void HostCallback::operator()(wchar_t* text) const {
     // The callable takes its argument by rvalue reference: the address of the pointer.
-    if (QVHostCallable* callable = Callable()) callable->slots->DoCall(callable, &text);
+    QVHostCallable* callable = Callable();
+    if (callable == nullptr) return;
+#ifdef _WIN32
+    // What the host's code raises (a Visual C++ exception is a structured one) stops at this
+    // frame and comes back as an exception of ours, which the caller logs.
+    if (QvGuardedHostCall(reinterpret_cast<void (*)(void*, void*)>(callable->slots->DoCall), callable, &text) != 0)
+        throw std::runtime_error("the host's callback raised a structured exception");
+#else
+    callable->slots->DoCall(callable, &text);
+#endif
 }
 
 void EndHostFunction(QVHostFunction* argument) noexcept {

@@ -67,10 +67,14 @@ static QVHostCallable* LargeMove(QVHostCallable* self, void* where) {
     ++counts.wrongRelease; /* a heap callable is handed on by pointer, never moved */
     return NULL;
 }
+/* Set by `seh-callback`: the callback raises what a Visual C++ `throw` raises (code 0xE06D7363). */
+static int raiseInCallback;
+
 static void DoCall(QVHostCallable* self, wchar_t** argument) {
     (void)self;
     (void)argument;
     ++counts.calls;
+    if (raiseInCallback) RaiseException(0xE06D7363, EXCEPTION_NONCONTINUABLE, 0, NULL);
 }
 static const void* TargetType(const QVHostCallable* self) {
     (void)self;
@@ -218,6 +222,12 @@ int main(int argc, char** argv) {
     QVHostFunction empty;
     int i;
 
+    /* The same life with a callback that raises what a Visual C++ `throw` raises: the module
+     * stops it at its call, logs it, and the subscription goes on until 32 ends it. */
+    if (argc >= 2 && strcmp(argv[1], "seh-callback") == 0) {
+        raiseInCallback = 1;
+        return Unload(0, 1);
+    }
     if (argc >= 2 && (strcmp(argv[1], "unload") == 0 || strcmp(argv[1], "unload-waiting") == 0))
         return Unload(strcmp(argv[1], "unload-waiting") == 0, argc >= 3 ? (DWORD)atoi(argv[2]) : 25);
 
