@@ -11,10 +11,8 @@ namespace {
 
 namespace Words = Tool::Accessory;
 
-// The tool's reply to `function` as an integer; the helper keeps no platform of its own, so each
-// call runs on the one installed now.
 std::optional<int> Ask(const wchar_t* function, const std::wstring& argument = L"") {
-    return ToolRunner(platform::Current()).RunForInteger(Words::kArea, function, argument, Words::kReply);
+    return ToolRunner::Ask(Words::kArea, Words::kReply, function, argument);
 }
 
 bool NonZero(std::optional<int> reply) { return reply.value_or(0) != 0; }

@@ -75,7 +75,7 @@ bool ApplicationHelper::WriteToDoc(std::wstring& text) {
         Logging::LogApiError(logger_, "ApplicationHelper", "WriteToDoc", L"CreateFileW", written.Status());
         return false;
     }
-    return ToolRunner(platform).RunForInteger(Words::kArea, Words::kWriteToDoc, path, Words::kReply).value_or(0) != 0;
+    return ToolRunner::Ask(Words::kArea, Words::kReply, Words::kWriteToDoc, path).value_or(0) != 0;
 }
 
 int ApplicationHelper::OpenApplication(Document* request, Document* response) {

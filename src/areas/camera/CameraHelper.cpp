@@ -15,9 +15,8 @@ namespace {
 
 namespace Words = Tool::Camera;
 
-// The tool's reply as an integer, on the platform installed now.
 std::optional<int> Ask(const wchar_t* function, const std::wstring& argument = L"") {
-    return ToolRunner(platform::Current()).RunForInteger(Words::kArea, function, argument, Words::kReply);
+    return ToolRunner::Ask(Words::kArea, Words::kReply, function, argument);
 }
 
 bool NonZero(const wchar_t* function, const std::wstring& argument = L"") { return Ask(function, argument).value_or(0) != 0; }

@@ -11,9 +11,7 @@ namespace {
 namespace Words = Tool::Notification;
 
 bool NonZero(const wchar_t* function, const std::wstring& argument) {
-    return ToolRunner(platform::Current())
-               .RunForInteger(Words::kArea, function, argument, Words::kReply)
-               .value_or(0) != 0;
+    return ToolRunner::Ask(Words::kArea, Words::kReply, function, argument).value_or(0) != 0;
 }
 
 }  // namespace

@@ -30,6 +30,12 @@ public:
     std::optional<int> RunForInteger(const std::wstring& area, const std::wstring& function,
                                      const std::wstring& argument, Tool::Reply reply = Tool::Reply::MinusOneFails);
 
+    // RunForInteger on the platform installed now, for helpers that keep no platform of their own.
+    static std::optional<int> Ask(const wchar_t* area, Tool::Reply reply, const wchar_t* function,
+                                  const std::wstring& argument = L"") {
+        return ToolRunner(platform::Current()).RunForInteger(area, function, argument, reply);
+    }
+
 private:
     platform::Platform& platform_;
 };

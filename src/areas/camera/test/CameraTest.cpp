@@ -45,9 +45,9 @@ TEST_F(CameraTest, EachCommandSendsItsWordAndArgument) {
         {13, L"{}", L"{\"result\":true}", L"IsCameraSupported|"},
     };
     for (const auto& c : cases) {
-        const std::wstring spec = c.line;
-        const std::wstring function = spec.substr(0, spec.find(L'|'));
-        const std::wstring argument = spec.substr(spec.find(L'|') + 1);
+        const std::wstring words = c.line;
+        const std::wstring function = words.substr(0, words.find(L'|'));
+        const std::wstring argument = words.substr(words.find(L'|') + 1);
         EXPECT_EQ(Call(c.number, c.input), (Answer{Status::kSuccess, c.answer})) << c.number << " " << c.input;
         EXPECT_EQ(device.CommandLines().back(), Line(function.c_str(), argument.c_str())) << c.number;
     }
