@@ -1,0 +1,43 @@
+// The simulated launcher starts nothing real and runs only what the simulated laptop has: the
+// installed tool and the programs the areas give it, found as the system's search finds them.
+#include <gtest/gtest.h>
+
+#include "platform/sim/SimDevice.h"
+#include "platform/sim/SimPrograms.h"
+
+namespace Qv::Tests {
+namespace {
+
+TEST(SimLauncherTest, ProgramsAreFoundByTheirFileName) {
+    for (const wchar_t* name : {L"powershell.exe", L"powershell", L"POWERSHELL.EXE",
+                                L"C:\\Windows\\System32\\WindowsPowerShell\\v1.0\\powershell.exe", L"taskkill",
+                                L"C:\\Windows\\system32\\SystemSettingsAdminFlows.exe"})
+        EXPECT_NE(Sim::FindSimProgram(name), nullptr) << name;
+    for (const wchar_t* name : {L"", L"cmd.exe", L"powershell.com", L"notepad", L"powershell.exe.bak"})
+        EXPECT_EQ(Sim::FindSimProgram(name), nullptr) << name;
+}
+
+TEST(SimLauncherTest, WhatTheLaptopDoesNotHaveDoesNotRun) {
+    Sim::SimDevice device;
+    auto& processes = device.Processes();
+    int token = 0;
+    // No such program on the search path, and a named image that is not there.
+    EXPECT_EQ(processes.RunAndCapture(&token, L"", L"notepad.exe x.txt").Status(), 2);
+    EXPECT_EQ(processes.RunAndCapture(&token, L"C:\\Tools\\powershell.exe", L"powershell.exe -Command \"x\"").Status(), 2);
+    EXPECT_EQ(processes.RunAndCapture(nullptr, L"", L"powershell.exe -Command \"x\"").Status(), 6);
+    // A script PowerShell would not understand fails there, as PowerShell fails it.
+    const auto refused = processes.RunAndCapture(&token, L"", L"powershell.exe -Command \"Remove-Item C:\\x\"");
+    ASSERT_TRUE(refused.Ok());
+    EXPECT_NE(refused->find("not recognized"), std::string::npos);
+
+    // The command processor: an unknown program is cmd's 1, a missing processor -1.
+    EXPECT_EQ(processes.RunCommandProcessor("format C:"), 1);
+    EXPECT_EQ(processes.RunCommandProcessor("taskkill /F /T /IM none.exe"), 128);
+    device.WithWorld([](Sim::SimWorld& world) { world.commandProcessorMissing = true; });
+    EXPECT_EQ(processes.RunCommandProcessor("taskkill /F /T /IM none.exe"), -1);
+    EXPECT_EQ(device.ProcessorCommands(),
+              (std::vector<std::string>{"format C:", "taskkill /F /T /IM none.exe", "taskkill /F /T /IM none.exe"}));
+}
+
+}  // namespace
+}  // namespace Qv::Tests
