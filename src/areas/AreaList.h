@@ -4,12 +4,14 @@
 //
 //   QV_AREA(Name, TOOL)     an area with DeviceControlTool.exe handlers
 //   QV_AREA(Name, NO_TOOL)  an area without
+//   QV_AREA(Name, SIM)      an area without tool handlers that gives the simulated laptop
+//                           programs or state of its own (Name##SimArea)
 //
 // No include guard: the includer defines QV_AREA, includes this file and undefines it.
 QV_AREA(Camera, TOOL)
 QV_AREA(Application, TOOL)
 QV_AREA(SystemMonitor, NO_TOOL)
-QV_AREA(Audio, NO_TOOL)
+QV_AREA(Audio, SIM)
 QV_AREA(Display, NO_TOOL)
 QV_AREA(Accessory, TOOL)
 QV_AREA(Power, NO_TOOL)

@@ -1,4 +1,6 @@
 #pragma once
+#include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "platform/Handles.h"
@@ -20,6 +22,19 @@ public:
     // Runs a command through the C runtime's command processor (`system`) in the service's own
     // context and waits for it: its status, negative when the processor could not run it.
     virtual int RunCommandProcessor(const std::string& command) = 0;
+
+    // What a bounded run came to.
+    struct BoundedRun {
+        enum class Outcome { Read, PipeFailed, StartFailed, Stalled };
+        Outcome outcome = Outcome::Read;
+        std::string output;  // what the one read took from its standard output
+        int32_t status = 0;  // the Windows error of a failure
+    };
+    // Runs `commandLine` in the service's own context, hidden, with its standard output on a
+    // pipe; waits for it at most `waitMilliseconds`, then reads once at most `maxBytes`. A child
+    // that still runs then and has written nothing is ended (Stalled) rather than read forever;
+    // one that has written something is left to finish on its own.
+    virtual BoundedRun RunBounded(const std::wstring& commandLine, uint32_t waitMilliseconds, size_t maxBytes) = 0;
 };
 
 }  // namespace Qv::platform

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,17 @@ struct Answer {
     std::optional<std::wstring> text;  // empty when the module handed back no text
     bool operator==(const Answer&) const = default;
 };
+
+inline void PrintTo(const Answer& answer, std::ostream* out) {
+    *out << "status 0x" << std::hex << answer.status << std::dec << ", ";
+    if (!answer.text) {
+        *out << "no text";
+        return;
+    }
+    *out << '"';
+    for (wchar_t c : *answer.text) *out << (c < 0x80 ? static_cast<char>(c) : '?');
+    *out << '"';
+}
 
 // The public key of the test build's signing certificate, as DER bytes.
 std::vector<uint8_t> TrustedTestKey();

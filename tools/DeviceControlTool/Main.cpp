@@ -14,6 +14,7 @@ namespace Qv::Tool {
 #define QV_AREA(name, tool) QV_TOOL_##tool(name)
 #define QV_TOOL_TOOL(name) std::span<const ToolArea<Process>> name##ToolAreas();
 #define QV_TOOL_NO_TOOL(name)
+#define QV_TOOL_SIM(name)
 #include "areas/AreaList.h"
 #undef QV_TOOL_TOOL
 #define QV_TOOL_TOOL(name) name##ToolAreas(),
@@ -26,6 +27,7 @@ const std::span<const ToolArea<Process>> kAreas[] = {
 
 #undef QV_TOOL_TOOL
 #undef QV_TOOL_NO_TOOL
+#undef QV_TOOL_SIM
 #undef QV_AREA
 
 }  // namespace Qv::Tool

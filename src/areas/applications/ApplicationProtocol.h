@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "shared/powershell/PowerShellQuoting.h"
 #include "shared/tool/ToolProtocol.h"
 
 namespace Qv::Tool::Application {
@@ -27,34 +28,8 @@ inline constexpr wchar_t kOpenAppsFolder[] = L"explorer.exe shell:appsFolder\\";
 // Run by the service itself through the command processor.
 inline constexpr char kTaskKill[] = "taskkill /F /T /IM ";
 
-// The characters PowerShell takes for a single quote: the apostrophe and the typographic ones.
-inline bool IsPowerShellQuote(wchar_t c) {
-    return c == L'\'' || c == L'\u2018' || c == L'\u2019' || c == L'\u201A' || c == L'\u201B';
-}
-
-// `text` made safe inside '...' of a script that is itself a double-quoted program argument:
-// every single quote doubled (PowerShell's rule), and every double quote escaped for the
-// argument's parser with the backslashes before it doubled (so that it stays a literal quote
-// of the script). A text with neither is unchanged.
-inline std::wstring QuoteForScript(const std::wstring& text) {
-    std::wstring quoted;
-    size_t backslashes = 0;
-    for (wchar_t c : text) {
-        if (c == L'\\') {
-            ++backslashes;
-            quoted += c;
-            continue;
-        }
-        if (c == L'"') {
-            quoted.append(backslashes + 1, L'\\');
-        } else if (IsPowerShellQuote(c)) {
-            quoted += c;
-        }
-        backslashes = 0;
-        quoted += c;
-    }
-    return quoted;
-}
+using PowerShell::IsPowerShellQuote;
+using PowerShell::QuoteForScript;
 
 // An executable name that may follow "taskkill /IM" on a command processor's line: a plain file
 // name, with no path, quote, control character or any of &|<>^%!() that the processor reads.

@@ -71,6 +71,10 @@ public:
     std::vector<std::wstring> StartedPackages() const { return processes_.StartedPackages(); }
     // Commands the service ran through the command processor (`system`), oldest first.
     std::vector<std::string> ProcessorCommands() const { return processes_.ProcessorCommands(); }
+    // Command lines the service ran itself with a bounded wait, oldest first, and how many of
+    // those runs were ended for hanging.
+    std::vector<std::wstring> BoundedCommandLines() const { return processes_.BoundedCommandLines(); }
+    size_t StalledRunsEnded() const { return processes_.StalledRunsEnded(); }
     // A file's text as written (empty when it has none), and arranging files with text.
     std::string FileText(const std::wstring& path);
     void WriteFile(const std::wstring& path, const std::string& text);

@@ -8,6 +8,7 @@ namespace {
 
 constexpr int32_t kErrorFileNotFound = 2;
 constexpr int32_t kErrorInvalidHandle = 6;
+constexpr int32_t kErrorTimeout = 1460;
 
 }  // namespace
 
@@ -30,9 +31,9 @@ platform::Result<std::string> SimProcessLauncher::RunAndCapture(platform::UserTo
         }
     }
     // Otherwise the command line's first word, looked up as the system's search would.
-    const SimProgram* program = FindSimProgram(applicationPath.empty() ? (args.empty() ? L"" : args[0]) : applicationPath);
-    if (program == nullptr) return platform::Failure{kErrorFileNotFound};
-    return program->run(world_, args).output;
+    const auto run = RunSimProgram(world_, applicationPath.empty() ? (args.empty() ? L"" : args[0]) : applicationPath, args);
+    if (!run) return platform::Failure{kErrorFileNotFound};
+    return run->output;
 }
 
 int SimProcessLauncher::RunCommandProcessor(const std::string& command) {
@@ -44,9 +45,42 @@ int SimProcessLauncher::RunCommandProcessor(const std::string& command) {
     const std::vector<std::wstring> args = Core::SplitCommandLine(std::wstring(command.begin(), command.end()));
     std::lock_guard<std::mutex> lock(world_.mutex);
     if (world_.commandProcessorMissing) return -1;
-    const SimProgram* program = args.empty() ? nullptr : FindSimProgram(args[0]);
-    if (program == nullptr) return kNotRecognised;
-    return program->run(world_, args).exitCode;
+    const auto run = args.empty() ? std::nullopt : RunSimProgram(world_, args[0], args);
+    if (!run) return kNotRecognised;
+    return run->exitCode;
+}
+
+platform::IProcessLauncher::BoundedRun SimProcessLauncher::RunBounded(const std::wstring& commandLine, uint32_t,
+                                                                      size_t maxBytes) {
+    using Outcome = BoundedRun::Outcome;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        boundedCommandLines_.Add(commandLine);
+    }
+    const std::vector<std::wstring> args = Core::SplitCommandLine(commandLine);
+    std::optional<SimRun> run;
+    {
+        std::lock_guard<std::mutex> lock(world_.mutex);
+        if (!args.empty()) run = RunSimProgram(world_, args[0], args);
+    }
+    if (!run) return {Outcome::StartFailed, {}, kErrorFileNotFound};
+    if (run->stalls) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        ++stalledEnded_;
+        return {Outcome::Stalled, {}, kErrorTimeout};
+    }
+    if (run->output.size() > maxBytes) run->output.resize(maxBytes);
+    return {Outcome::Read, std::move(run->output), 0};
+}
+
+std::vector<std::wstring> SimProcessLauncher::BoundedCommandLines() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return boundedCommandLines_.Items();
+}
+
+size_t SimProcessLauncher::StalledRunsEnded() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return stalledEnded_;
 }
 
 std::vector<std::string> SimProcessLauncher::ProcessorCommands() const {

@@ -18,6 +18,7 @@ public:
     platform::Result<void> StartPackagedApplication(platform::UserToken token, const std::wstring& packageFamilyName,
                                                     const std::wstring& executable) override;
     int RunCommandProcessor(const std::string& command) override;
+    BoundedRun RunBounded(const std::wstring& commandLine, uint32_t waitMilliseconds, size_t maxBytes) override;
 
     // The most recent command lines run as the user, oldest first, and how many there were.
     std::vector<std::wstring> CommandLines() const;
@@ -25,6 +26,10 @@ public:
     std::vector<std::wstring> StartedPackages() const;
     // The most recent commands run through the command processor, oldest first.
     std::vector<std::string> ProcessorCommands() const;
+    // The most recent command lines run in the service's own context with a bounded wait.
+    std::vector<std::wstring> BoundedCommandLines() const;
+    // Bounded runs ended because they stalled.
+    size_t StalledRunsEnded() const;
 
 private:
     SimWorld& world_;
@@ -32,6 +37,8 @@ private:
     Recent<std::wstring> commandLines_;
     Recent<std::wstring> startedPackages_;
     Recent<std::string> processorCommands_;
+    Recent<std::wstring> boundedCommandLines_;
+    size_t stalledEnded_ = 0;
 };
 
 }  // namespace Qv::Sim

@@ -10,6 +10,7 @@ namespace Qv::Sim {
 #define QV_AREA(name, tool) QV_SIM_AREA_##tool(name)
 #define QV_SIM_AREA_TOOL(name) SimArea name##SimArea();
 #define QV_SIM_AREA_NO_TOOL(name)
+#define QV_SIM_AREA_SIM(name) QV_SIM_AREA_TOOL(name)
 #include "areas/AreaList.h"
 #undef QV_SIM_AREA_TOOL
 #define QV_SIM_AREA_TOOL(name) name##SimArea(),
@@ -24,6 +25,7 @@ const std::vector<SimArea>& Areas() {
 }
 #undef QV_SIM_AREA_TOOL
 #undef QV_SIM_AREA_NO_TOOL
+#undef QV_SIM_AREA_SIM
 #undef QV_AREA
 
 const std::vector<std::span<const Tool::ToolArea<SimWorld>>>& ToolAreas() {
@@ -54,6 +56,19 @@ const SimProgram* FindSimProgram(const std::wstring& program) {
         for (const SimProgram& candidate : area.programs)
             if (name == candidate.fileName) return &candidate;
     return nullptr;
+}
+
+std::optional<SimRun> RunSimProgram(SimWorld& world, const std::wstring& program,
+                                    const std::vector<std::wstring>& args) {
+    const std::wstring name = FileName(program);
+    std::optional<SimRun> run;
+    for (const SimArea& area : Areas())
+        for (const SimProgram& candidate : area.programs) {
+            if (name != candidate.fileName) continue;
+            run = candidate.run(world, args);
+            if (!run->declined) return run;
+        }
+    return run;
 }
 
 bool ArrangeSimArea(SimWorld& world, const std::wstring& word, const std::wstring& key, const std::wstring& value) {

@@ -193,4 +193,53 @@ int WinProcessLauncher::RunCommandProcessor(const std::string& command) {
     return std::system(command.c_str());
 }
 
+IProcessLauncher::BoundedRun WinProcessLauncher::RunBounded(const std::wstring& commandLine, uint32_t waitMilliseconds,
+                                                           size_t maxBytes) {
+    using Outcome = BoundedRun::Outcome;
+    const auto failed = [](Outcome outcome) { return BoundedRun{outcome, {}, static_cast<int32_t>(GetLastError())}; };
+    SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    unique_handle readEnd;
+    unique_handle writeEnd;
+    if (!CreatePipe(readEnd.put(), writeEnd.put(), &inheritable, 0)) return failed(Outcome::PipeFailed);
+    SetHandleInformation(readEnd.get(), HANDLE_FLAG_INHERIT, 0);
+
+    // Only the pipe's write end is inherited (see RunAndCapture).
+    HANDLE inherited = writeEnd.get();
+    AttributeList attributes(1);
+    if (!attributes || !UpdateProcThreadAttribute(attributes.get(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, &inherited,
+                                                  sizeof(inherited), nullptr, nullptr)) {
+        return failed(Outcome::StartFailed);
+    }
+    STARTUPINFOEXW startup{};
+    startup.StartupInfo.cb = sizeof(startup);
+    startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES | STARTF_USESHOWWINDOW;
+    startup.StartupInfo.wShowWindow = SW_HIDE;
+    startup.StartupInfo.hStdOutput = writeEnd.get();
+    startup.StartupInfo.hStdError = nullptr;  // only standard output is read
+    startup.lpAttributeList = attributes.get();
+    unique_process_information process;
+    std::wstring mutableLine = commandLine;
+    if (!CreateProcessW(nullptr, mutableLine.data(), nullptr, nullptr, TRUE,
+                        CREATE_NO_WINDOW | EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr, &startup.StartupInfo,
+                        process.put())) {
+        return failed(Outcome::StartFailed);
+    }
+    // Our copy of the write end goes first: once the child ends, a read then sees the end of
+    // the output instead of waiting for a writer that is us.
+    writeEnd.reset();
+    const DWORD waited = WaitForSingleObject(process.get().hProcess, waitMilliseconds);
+    if (waited != WAIT_OBJECT_0) {
+        DWORD available = 0;
+        if (!PeekNamedPipe(readEnd.get(), nullptr, 0, nullptr, &available, nullptr) || available == 0) {
+            TerminateProcess(process.get().hProcess, ERROR_TIMEOUT);
+            return {Outcome::Stalled, {}, ERROR_TIMEOUT};
+        }
+    }
+    std::string output(maxBytes, '\0');
+    DWORD read = 0;
+    if (!ReadFile(readEnd.get(), output.data(), static_cast<DWORD>(maxBytes), &read, nullptr)) read = 0;
+    output.resize(read);
+    return {Outcome::Read, std::move(output), 0};
+}
+
 }  // namespace Qv::platform::windows

@@ -12,6 +12,7 @@ public:
     Result<void> StartPackagedApplication(UserToken token, const std::wstring& packageFamilyName,
                                           const std::wstring& executable) override;
     int RunCommandProcessor(const std::string& command) override;
+    BoundedRun RunBounded(const std::wstring& commandLine, uint32_t waitMilliseconds, size_t maxBytes) override;
 };
 
 }  // namespace Qv::platform::windows

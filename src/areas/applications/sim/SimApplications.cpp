@@ -45,21 +45,9 @@ std::wstring Serve(SimWorld& world, const std::wstring& function, const std::wst
 // The body of a single-quoted PowerShell string that starts `text`, up to the closing quote with
 // which `after` begins; nothing when the rest is not exactly `after` (the text broke out).
 std::optional<std::wstring> QuotedLiteral(const std::wstring& text, const std::wstring& after) {
-    std::wstring literal;
-    size_t i = 0;
-    for (; i < text.size(); ++i) {
-        if (!Words::IsPowerShellQuote(text[i])) {
-            literal += text[i];
-            continue;
-        }
-        if (i + 1 < text.size() && Words::IsPowerShellQuote(text[i + 1])) {
-            literal += text[i];
-            ++i;
-            continue;
-        }
-        break;  // the closing quote
-    }
-    if (i >= text.size() || text.substr(i) != after) return std::nullopt;
+    std::wstring rest;
+    auto literal = PowerShell::ReadQuotedLiteral(text, &rest);
+    if (!literal || rest != after) return std::nullopt;
     return literal;
 }
 
@@ -69,7 +57,7 @@ bool StartsWithNoCase(const std::wstring& text, const std::wstring& prefix) {
 
 // powershell.exe -Command <script>: PowerShell joins what follows -Command into one script.
 SimRun PowerShell(SimWorld& world, const std::vector<std::wstring>& args) {
-    if (args.size() < 3 || args[1] != L"-Command") return {1, "PowerShell: unexpected arguments\r\n"};
+    if (args.size() < 3 || args[1] != L"-Command") return UnknownPowerShellScript();
     std::wstring script = args[2];
     for (size_t i = 3; i < args.size(); ++i) script += L" " + args[i];
     SimApplications& apps = world.tool.Area<SimApplications>();
@@ -100,7 +88,7 @@ SimRun PowerShell(SimWorld& world, const std::vector<std::wstring>& args) {
             if (StartsWithNoCase(process.path, *pattern)) return {0, Core::Narrow(process.name) + "\r\n"};
         return {0, ""};
     }
-    return {1, "The term is not recognized as the name of a cmdlet.\r\n"};
+    return UnknownPowerShellScript();
 }
 
 // explorer.exe shell:appsFolder\<id>

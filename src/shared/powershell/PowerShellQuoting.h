@@ -1,0 +1,57 @@
+#pragma once
+// Texts inside single-quoted strings of PowerShell scripts that the service runs, and how
+// PowerShell reads them back (the simulated PowerShell uses that side).
+#include <optional>
+#include <string>
+
+namespace Qv::PowerShell {
+
+// The characters PowerShell takes for a single quote: the apostrophe and the typographic ones.
+inline bool IsPowerShellQuote(wchar_t c) {
+    return c == L'\'' || c == L'\u2018' || c == L'\u2019' || c == L'\u201A' || c == L'\u201B';
+}
+
+// `text` made safe inside '...' of a script that is itself a double-quoted program argument:
+// every single quote doubled (PowerShell's rule), and every double quote escaped for the
+// argument's parser with the backslashes before it doubled (so that it stays a literal quote
+// of the script). A text with neither is unchanged.
+inline std::wstring QuoteForScript(const std::wstring& text) {
+    std::wstring quoted;
+    size_t backslashes = 0;
+    for (wchar_t c : text) {
+        if (c == L'\\') {
+            ++backslashes;
+            quoted += c;
+            continue;
+        }
+        if (c == L'"') {
+            quoted.append(backslashes + 1, L'\\');
+        } else if (IsPowerShellQuote(c)) {
+            quoted += c;
+        }
+        backslashes = 0;
+        quoted += c;
+    }
+    return quoted;
+}
+
+// The body of a single-quoted string that starts `text` (after its opening quote), read as
+// PowerShell reads it, up to the closing quote; with the rest of `text` from that quote on.
+// Nothing when the string does not close.
+inline std::optional<std::wstring> ReadQuotedLiteral(const std::wstring& text, std::wstring* rest = nullptr) {
+    std::wstring literal;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (!IsPowerShellQuote(text[i])) {
+            literal += text[i];
+        } else if (i + 1 < text.size() && IsPowerShellQuote(text[i + 1])) {
+            literal += text[i];
+            ++i;
+        } else {
+            if (rest != nullptr) *rest = text.substr(i);
+            return literal;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace Qv::PowerShell
