@@ -18,10 +18,10 @@ add_library(DeviceControlService SHARED
 set_target_properties(DeviceControlService PROPERTIES PREFIX "" IMPORT_PREFIX "")
 target_compile_definitions(DeviceControlService PRIVATE QV_BUILDING_DLL)
 target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcrypt wintrust crypt32 userenv runtimeobject
-                      wbemuuid ole32 oleaut32)
+                      wbemuuid ole32 oleaut32 uuid)
 target_link_options(DeviceControlService PRIVATE ${QV_STATIC_LINK})
 
-add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/Host.cpp tools/devicectl/Info.cpp tools/devicectl/Subscribe.cpp
+add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/Host.cpp tools/devicectl/Info.cpp tools/devicectl/Audio.cpp tools/devicectl/Subscribe.cpp
   tools/devicectl/ModuleWindows.cpp $<TARGET_OBJECTS:qv_core>)
 target_include_directories(devicectl PRIVATE ${CMAKE_SOURCE_DIR})
 target_link_libraries(devicectl PRIVATE qv_core)

@@ -116,6 +116,35 @@ check "unsigned tool: swap answers false" '{"result":false}' "$(u call 93)"
 check "unsigned tool: the speed did not change" '{"result":3}' "$(run call 91)"
 check "unsigned tool: nothing was started" 0 "$(grep -c 'Attempting to impersonate' "$log")"
 check "unsigned tool: no trusted signer" 0 "$(grep -c 'trusted by Fusion = true' "$log")"
+# Audio through Wine's PulseAudio driver (scripts/pulse: a null sink and a null source). Wine
+# lists the endpoints through Core Audio (it has no device enumeration class), names its own
+# "PulseAudio" endpoint, which follows PulseAudio's default sink, the default, and keeps the
+# endpoint volume on each opened control rather than in PulseAudio (see the README).
+if [ -n "${PULSE_SERVER:-}" ]; then
+  list=$(run call 41 '{"dataFlow":0}')
+  check "playback list holds the null sink" 1 "$(grep -c '"name":"Null-Output","description":"Null-Output"' <<<"$list")"
+  check "exactly one playback default" 1 "$(grep -o '"isDefaultDevice":true' <<<"$list" | wc -l)"
+  check "playback ids are the device interface form" 1 \
+    "$(grep -c '"swdMMDevApiId":"\\\\\\\\?\\\\SWD#MMDEVAPI#{0.0.0.00000000}' <<<"$list")"
+  check "the default alone" 1 "$(run call 41 '{"dataFlow":1,"filterDefault":true}' | grep -c '^{"result":{"name":"PulseAudio",.*"isDefaultDevice":true}}$')"
+  check "recording list holds the null source" 1 "$(run call 41 '{"dataFlow":1}' | grep -c '"name":"Null-Input"')"
+  check "mute state is a boolean" 1 "$(run call 42 '{"dataFlow":0}' | grep -Ec '^\{"result":(true|false)\}$')"
+  check "mute answers true" '{"result":true}' "$(run call 43 '{"dataFlow":1,"enable":true}')"
+  check "volume is a percentage" 1 "$(run call 44 '{"dataFlow":0}' | grep -Ec '^\{"result":([0-9]|[1-9][0-9]|100)\}$')"
+  check "bad data flow" "status: 0x20000006 the request failed the argument check" "$(run call 44 '{"dataFlow":2}' 2>&1 >/dev/null)"
+  audio_log="$QV_WINEPREFIX_DIR/drive_c/devicectl-audio.log"
+  rm -f "$audio_log"
+  check "noise control without either vendor" '{"result":false}' \
+    "$(run --log 'C:\devicectl-audio.log' call 46 '{"dataFlow":0,"enable":true}')"
+  check "noise control took the module path and says why" 1 \
+    "$(tr -d '\0' < "$audio_log" | grep -c 'AudioDeviceModulesManager) with HRESULT 0x80040154')"
+  shown=$(run audio); rc=$?
+  check "devicectl audio exits 0" 0 "$rc"
+  check "devicectl audio marks Wine's endpoint the default of both flows" 2 "$(grep -c '^  \* PulseAudio  (default)$' <<<"$shown")"
+  check "devicectl audio shows the null sink" 1 "$(grep -c '^    Null-Output$' <<<"$shown")"
+else
+  echo "skip audio: no PULSE_SERVER (scripts/test-windows starts one)"
+fi
 rm -f "$err"
 
 echo "$passed passed, $failures failed"

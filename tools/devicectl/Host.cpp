@@ -44,4 +44,12 @@ int HostSession::Execute(unsigned int number, std::wstring json, const std::stri
     return status;
 }
 
+int HostSession::Ask(unsigned int number, std::wstring json, std::wstring& answer) {
+    wchar_t* text = nullptr;
+    const int status = service_.ExecuteCommand(session_, number, json.data(), &text, [](wchar_t*) {});
+    answer = text != nullptr ? text : L"";
+    service_.ReleaseOutput(text);
+    return status;
+}
+
 }  // namespace Qv::Devicectl

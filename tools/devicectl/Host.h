@@ -30,6 +30,8 @@ public:
     // Runs one command: event messages and the answer (after `label`) on stdout, a non-zero
     // status on stderr; answers the status. Safe to call from several threads at once.
     int Execute(unsigned int number, std::wstring json, const std::string& label = "");
+    // Runs one command quietly: its status, and its answer text in `answer` (empty without one).
+    int Ask(unsigned int number, std::wstring json, std::wstring& answer);
 
 private:
     std::wstring clientId_;

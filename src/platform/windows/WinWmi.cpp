@@ -72,7 +72,7 @@ std::optional<WmiValue> Convert(const VARIANT& value, std::vector<WmiCallFailure
 WmiPropertyRead WinWmi::ReadProperty(const std::wstring& wmiNamespace, const std::wstring& className,
                                      const std::wstring& condition, const std::wstring& property) {
     WmiPropertyRead read;
-    ComScope com;
+    ComScope com(COINIT_MULTITHREADED);
     if (!com) {
         read.failures.push_back({"GetPropertyValue", L"CoInitializeEx", com.Result()});
         return read;

@@ -161,7 +161,7 @@ void Execute(IWbemServices* services, const FirmwareRequest& request, FirmwareRe
 
 FirmwareReply WinWmi::ExecuteFirmwareCommand(const FirmwareRequest& request) {
     FirmwareReply reply;
-    ComScope com;
+    ComScope com(COINIT_MULTITHREADED);
     if (!com) {
         reply.failure = WmiCallFailure{"GetReady", L"CoInitializeEx", com.Result()};
         return reply;

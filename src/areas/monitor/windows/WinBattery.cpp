@@ -21,33 +21,11 @@ void LogFailure(const char* operation, const wchar_t* call, HRESULT hr) {
                                    operation, call, static_cast<unsigned long>(hr));
 }
 
-// The Windows Runtime on this thread for the length of one call.
-class RuntimeScope {
-public:
-    RuntimeScope() : hr_(RoInitialize(RO_INIT_MULTITHREADED)) {}
-    ~RuntimeScope() {
-        // S_FALSE (already initialised) is balanced too; RPC_E_CHANGED_MODE is not ours to undo.
-        if (SUCCEEDED(hr_)) RoUninitialize();
-    }
-    RuntimeScope(const RuntimeScope&) = delete;
-    RuntimeScope& operator=(const RuntimeScope&) = delete;
-
-private:
-    HRESULT hr_;
-};
-
 // The power manager's statics, or the HRESULT of the activation (logged).
 Result<com_ptr<IPowerManagerStatics>> Statics(const char* operation) {
-    HSTRING_HEADER header{};
-    HSTRING name = nullptr;
-    HRESULT hr = WindowsCreateStringReference(winrt::kPowerManagerClass,
-                                              static_cast<UINT32>(wcslen(winrt::kPowerManagerClass)), &header, &name);
-    if (FAILED(hr)) {
-        LogFailure(operation, L"WindowsCreateStringReference", hr);
-        return Failure{hr};
-    }
     com_ptr<IPowerManagerStatics> statics;
-    hr = RoGetActivationFactory(name, winrt::IID_IPowerManagerStatics, reinterpret_cast<void**>(statics.put()));
+    const HRESULT hr = winrt::ActivationFactory(winrt::kPowerManagerClass, winrt::IID_IPowerManagerStatics,
+                                                reinterpret_cast<void**>(statics.put()));
     if (FAILED(hr)) {
         LogFailure(operation, L"RoGetActivationFactory(Windows.System.Power.PowerManager)", hr);
         return Failure{hr};

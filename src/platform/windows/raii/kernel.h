@@ -1,5 +1,6 @@
 #pragma once
-// Kernel objects and tokens, registry keys, modules, process start-up state, LocalFree memory.
+// Kernel objects and tokens, registry keys, modules, process start-up state, LocalFree memory,
+// service control handles.
 #include <windows.h>
 
 #include "platform/windows/raii/owner.h"
@@ -20,6 +21,7 @@ inline void close_process(const PROCESS_INFORMATION& p) {
     if (valid_handle(p.hProcess)) ::CloseHandle(p.hProcess);
 }
 inline void local_free(void* memory) { ::LocalFree(memory); }
+inline void close_service_handle(SC_HANDLE handle) { ::CloseServiceHandle(handle); }
 }  // namespace detail
 
 using unique_handle = unique_any<HANDLE, &detail::close_handle, &detail::valid_handle>;  // kernel objects, tokens
@@ -29,6 +31,7 @@ using unique_attribute_list = unique_any<LPPROC_THREAD_ATTRIBUTE_LIST, &detail::
 using unique_process_information =
     unique_any<PROCESS_INFORMATION, &detail::close_process, &detail::valid_process>;
 using unique_hlocal = unique_any<void*, &detail::local_free>;
+using unique_schandle = unique_any<SC_HANDLE, &detail::close_service_handle>;  // service manager and services
 
 // A kernel handle handed to the logic as a shared owner (ports speak in OwnedHandle); null
 // when the handle is not valid.
