@@ -29,6 +29,8 @@ const Path kPaths[] = {
     {"setter_through_tool", 92, L"{\"IValue\":7}"},
     {"toast_getter_tool", 121, L"{}"},
     {"camera_getter_tool", 2, L"{}"},
+    {"audio_mute_inline", 42, L"{\"dataFlow\":0}"},
+    {"audio_device_list", 41, L"{\"dataFlow\":0}"},
 };
 
 SimulatedHost& Host() {

@@ -283,7 +283,7 @@ bool AudioHelper::QCToggleNoiseControl(int dataFlow, bool enable, int& status) {
     }
     if (*answer == IAudioEndpoints::ModuleAnswer::NoModule) {
         logger_->LogWarning(L"AudioHelper::QCToggleNoiseControl - the default device has no noise control module");
-        status = Status::kValueNotRead;
+        status = Status::kValueNotRead;  // the vendor's module is not there
         return false;
     }
     return *answer == IAudioEndpoints::ModuleAnswer::Succeeded;
