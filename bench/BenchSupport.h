@@ -19,7 +19,10 @@ public:
     SimulatedHost() {
         auto device = std::make_shared<Sim::SimDevice>();
         const auto& trusted = Bridge::Security::TrustTables::Builtin().main;
-        if (!trusted.empty()) device->InstallTool(Bridge::Security::ParsePublicKey(trusted.back().publicKey));
+        if (!trusted.empty()) {
+            device->InstallTool(Bridge::Security::ParsePublicKey(trusted.back().publicKey));
+            device->InstallSigned(L"QVDC.dll", Bridge::Security::ParsePublicKey(trusted.back().publicKey));
+        }
         platform::Install(device);
         device_ = device.get();
         service_ = std::make_unique<Abi::HostService>(QVCreateService());

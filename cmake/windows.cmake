@@ -18,7 +18,7 @@ add_library(DeviceControlService SHARED
 set_target_properties(DeviceControlService PROPERTIES PREFIX "" IMPORT_PREFIX "")
 target_compile_definitions(DeviceControlService PRIVATE QV_BUILDING_DLL)
 target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcrypt wintrust crypt32 userenv runtimeobject
-                      wbemuuid ole32 oleaut32 uuid)
+                      wbemuuid ole32 oleaut32 uuid version)
 target_link_options(DeviceControlService PRIVATE ${QV_STATIC_LINK})
 
 add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/Host.cpp tools/devicectl/Info.cpp tools/devicectl/Audio.cpp tools/devicectl/Subscribe.cpp

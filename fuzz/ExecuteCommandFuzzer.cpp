@@ -22,7 +22,10 @@ struct Harness {
     Harness() {
         auto device = std::make_shared<Qv::Sim::SimDevice>();
         const auto& trusted = Qv::Bridge::Security::TrustTables::Builtin().main;
-        if (!trusted.empty()) device->InstallTool(Qv::Bridge::Security::ParsePublicKey(trusted.back().publicKey));
+        if (!trusted.empty()) {
+            device->InstallTool(Qv::Bridge::Security::ParsePublicKey(trusted.back().publicKey));
+            device->InstallSigned(L"QVDC.dll", Qv::Bridge::Security::ParsePublicKey(trusted.back().publicKey));
+        }
         Qv::platform::Install(device);
         service = std::make_unique<Qv::Abi::HostService>(QVCreateService());
         wchar_t client[] = L"fuzzer";

@@ -1,9 +1,12 @@
 #pragma once
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <variant>
 #include <vector>
+
+#include "platform/Result.h"
 
 namespace Qv::platform {
 
@@ -44,10 +47,41 @@ struct FirmwareReply {
     std::vector<uint8_t> data;              // its bytes, however many came back
 };
 
-// WMI: single properties of classes, and the firmware's method channel.
+// An input argument of a WMI method: its value as text, put with its CIM type (CIM_UINT8, ...).
+struct WmiMethodArgument {
+    std::wstring name;
+    std::wstring value;
+    int32_t cimType = 0;
+};
+
+// A connection kept to one namespace, made once and used from any thread.
+class IWmiConnection {
+public:
+    virtual ~IWmiConnection() = default;
+    // `property` of the first object that the WQL `query` answers, as an integer; a failure when
+    // the query fails or answers nothing.
+    virtual Result<int32_t> FirstInteger(const std::wstring& query, const std::wstring& property) = 0;
+    // Calls `method` on the path (__PATH) of the first object that `query` answers, with input
+    // parameters spawned from the method's input signature in `className`. No output is read.
+    virtual Result<void> ExecMethodOnFirst(const std::wstring& query, const std::wstring& className,
+                                           const std::wstring& method, const std::vector<WmiMethodArgument>& inputs) = 0;
+};
+
+// The steps of making a kept connection, for saying which one failed.
+enum class WmiConnectStep { ComInit, Security, Locator, ConnectServer, ProxyBlanket };
+
+struct WmiConnectResult {
+    std::unique_ptr<IWmiConnection> connection;  // null when a step failed
+    WmiConnectStep failedStep = WmiConnectStep::ComInit;
+    int32_t hresult = 0;
+};
+
+// WMI: single properties of classes, kept connections, and the firmware's method channel.
 class IWmi {
 public:
     virtual ~IWmi() = default;
+    // A connection to `wmiNamespace` with the process's COM security and the proxy blanket set.
+    virtual WmiConnectResult Connect(const std::wstring& wmiNamespace) = 0;
     // `property` of every instance of `className` in `wmiNamespace`; `condition` (may be empty)
     // is the query's WHERE clause.
     virtual WmiPropertyRead ReadProperty(const std::wstring& wmiNamespace, const std::wstring& className,

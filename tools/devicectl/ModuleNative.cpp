@@ -64,7 +64,10 @@ std::unique_ptr<ServiceModule> LoadServiceModule(const ModuleOptions& options, s
     // The simulated laptop has the tool installed beside the module, signed with the first key
     // this build trusts (the test key in a test build; none in a product build).
     const auto& trusted = Bridge::Security::TrustTables::Builtin().main;
-    if (!trusted.empty()) device->InstallTool(Bridge::Security::ParsePublicKey(trusted.front().publicKey));
+    if (!trusted.empty()) {
+        device->InstallTool(Bridge::Security::ParsePublicKey(trusted.front().publicKey));
+        device->InstallSigned(L"QVDC.dll", Bridge::Security::ParsePublicKey(trusted.front().publicKey));
+    }
     platform::Install(device);
     if (!options.logFile.empty()) {
         auto sink = std::make_shared<Bridge::Logging::FileLogSink>(Core::Narrow(options.logFile));

@@ -1,38 +1,60 @@
-// The Display area's commands. Its helper is not part of this build yet: the rows answer
-// "unsupported function number" until it lands.
+// The display commands: brightness and HDR, the display modes, and the display-control library.
+#include "areas/display/DisplayHelper.h"
 #include "service/Area.h"
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
-
 namespace {
 
+DisplayHelper& Display() { return *DisplayHelper::GetInstance(); }
+
+#define QV_DISPLAY_CALL(Method) [](CommandCall& call) { return Display().Method(&call.input, &call.output); }
+
 std::span<const CommandRow> Rows() {
-    using F = CommandForm;
     static constexpr CommandRow rows[] = {
-        CommandRow::NotBuilt(61, "Display.GetBrightness", F::Inline),
-        CommandRow::NotBuilt(62, "Display.SetBrightness", F::Delegated),
-        CommandRow::NotBuilt(63, "Display.IsHDRSupported", F::Inline),
-        CommandRow::NotBuilt(64, "Display.GetHDRStatus", F::Inline),
-        CommandRow::NotBuilt(65, "Display.SetHDRMode", F::Delegated),
-        CommandRow::NotBuilt(66, "Display.GetDisplaySupportedMode", F::Filled),
-        CommandRow::NotBuilt(67, "Display.GetDisplayMode", F::Inline),
-        CommandRow::NotBuilt(68, "Display.SetDisplayMode", F::Delegated),
-        CommandRow::NotBuilt(69, "Display.GetSupportedInputSource", F::Filled),
-        CommandRow::NotBuilt(70, "Display.GetInputSource", F::Inline),
-        CommandRow::NotBuilt(71, "Display.SetInputSource", F::Delegated),
-        CommandRow::NotBuilt(72, "Display.GetSchedulerInfo", F::Filled),
-        CommandRow::NotBuilt(73, "Display.SetSchedulerInfo", F::Delegated),
-        CommandRow::NotBuilt(74, "Display.GetRGBGain", F::Filled),
-        CommandRow::NotBuilt(75, "Display.SetRGBGain", F::Delegated),
-        CommandRow::NotBuilt(76, "Display.IsPortraitSupported", F::Inline),
-        CommandRow::NotBuilt(77, "Display.GetContrast", F::Inline),
-        CommandRow::NotBuilt(78, "Display.SetContrast", F::Delegated),
+        CommandRow::Inline(61, "Display.GetBrightness", [](CommandCall&) -> InlineResult { return Display().GetBrightness(); }),
+        CommandRow::Delegated(62, "Display.SetBrightness", QV_DISPLAY_CALL(SetBrightness)),
+        CommandRow::Inline(63, "Display.IsHDRSupported",
+                           [](CommandCall&) -> InlineResult {
+                               bool supported = false;
+                               return Display().IsHDRSupported(supported) && supported;
+                           }),
+        CommandRow::Inline(64, "Display.GetHDRStatus",
+                           [](CommandCall&) -> InlineResult {
+                               bool on = false;
+                               return Display().GetHDRStatus(on) != 0 && on;
+                           }),
+        CommandRow::Delegated(65, "Display.SetHDRMode", QV_DISPLAY_CALL(SetHDRMode)),
+        CommandRow::Filled(66, "Display.GetDisplaySupportedMode", QV_DISPLAY_CALL(GetDisplaySupportedMode)),
+        CommandRow::Inline(67, "Display.GetDisplayMode", [](CommandCall&) -> InlineResult { return Display().GetDisplayMode(); }),
+        CommandRow::Delegated(68, "Display.SetDisplayMode", QV_DISPLAY_CALL(SetDisplayMode)),
+        CommandRow::Filled(69, "Display.GetSupportedInputSource", QV_DISPLAY_CALL(GetSupportedInputSource)),
+        // 70 and 77 call the library whenever it is loaded, ready or not.
+        CommandRow::Inline(70, "Display.GetInputSource",
+                           [](CommandCall&) -> InlineResult { return Display().CallLoadedLibrary("GetInputSource"); }),
+        CommandRow::Delegated(71, "Display.SetInputSource", QV_DISPLAY_CALL(SetInputSource)),
+        CommandRow::Filled(72, "Display.GetSchedulerInfo", QV_DISPLAY_CALL(GetSchedulerInfo)),
+        CommandRow::Delegated(73, "Display.SetSchedulerInfo", QV_DISPLAY_CALL(SetSchedulerInfo)),
+        CommandRow::Filled(74, "Display.GetRGBGain", QV_DISPLAY_CALL(GetRGBGain)),
+        CommandRow::Delegated(75, "Display.SetRGBGain", QV_DISPLAY_CALL(SetRGBGain)),
+        CommandRow::Inline(76, "Display.IsPortraitSupported",
+                           [](CommandCall&) -> InlineResult { return Display().IsPortraitSupported(); }),
+        CommandRow::Inline(77, "Display.GetContrast",
+                           [](CommandCall&) -> InlineResult { return Display().CallLoadedLibrary("GetContrast"); }),
+        CommandRow::Delegated(78, "Display.SetContrast", QV_DISPLAY_CALL(SetContrast)),
     };
     return rows;
 }
 
+#undef QV_DISPLAY_CALL
+
 }  // namespace
 
-Area DisplayArea() { return {"Display", Rows()}; }
+Area DisplayArea() {
+    Area area{"Display", Rows()};
+    // The library is stopped and unloaded, and the WMI connection released, when no service is
+    // left (the host may unload the module next), never at process exit under the loader lock.
+    area.lastServiceGone = [](platform::Platform&) { DisplayHelper::Release(); };
+    return area;
+}
 
 }  // namespace Qv::Bridge::Server::Services::DeviceControl

@@ -55,14 +55,19 @@ bool SimDevice::Impersonating() {
 }
 
 void SimDevice::InstallTool(const std::vector<uint8_t>& key, int32_t status) {
+    InstallSigned(L"DeviceControlTool.exe", key, status);
+}
+
+std::wstring SimDevice::InstallSigned(const std::wstring& fileName, const std::vector<uint8_t>& key, int32_t status) {
     std::wstring folder;
     {
         std::lock_guard<std::mutex> lock(world_.mutex);
         folder = world_.modulePath.substr(0, world_.modulePath.find_last_of(L'\\'));
     }
-    const std::wstring tool = folder + L"\\DeviceControlTool.exe";
-    AddFile(tool);
-    SetSignatures(tool, {{key, status, L"CN=QV Inc., O=QV Inc., L=Lakeside, S=California, C=US", L"CN=Test CA"}});
+    const std::wstring path = folder + L"\\" + fileName;
+    AddFile(path);
+    SetSignatures(path, {{key, status, L"CN=QV Inc., O=QV Inc., L=Lakeside, S=California, C=US", L"CN=Test CA"}});
+    return path;
 }
 
 std::string SimDevice::FileText(const std::wstring& path) {

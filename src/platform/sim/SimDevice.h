@@ -59,6 +59,8 @@ public:
     SimTool& Tool() { return world_.tool; }
     // Installs a signed tool beside the module, signed with `key`.
     void InstallTool(const std::vector<uint8_t>& key, int32_t status = 0);
+    // Installs a file beside the module, signed with `key`; answers its path.
+    std::wstring InstallSigned(const std::wstring& fileName, const std::vector<uint8_t>& key, int32_t status = 0);
 
     // --- observations ---
     size_t UuidsIssued() const { return uuids_.Issued(); }

@@ -1,5 +1,7 @@
 #pragma once
+#include <functional>
 #include <map>
+#include <optional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -25,6 +27,7 @@ public:
 
     SimWmi();
 
+    platform::WmiConnectResult Connect(const std::wstring& wmiNamespace) override;
     platform::WmiPropertyRead ReadProperty(const std::wstring& wmiNamespace, const std::wstring& className,
                                            const std::wstring& condition, const std::wstring& property) override;
     platform::FirmwareReply ExecuteFirmwareCommand(const platform::FirmwareRequest& request) override;
@@ -35,6 +38,22 @@ public:
     // Reads of this class fail at this call.
     void FailReads(const std::wstring& className, platform::WmiCallFailure failure);
     SimFirmware& Firmware() { return firmware_; }
+    // Connecting to this namespace fails at `step`.
+    void FailConnect(const std::wstring& wmiNamespace, platform::WmiConnectStep step, int32_t hresult);
+    // A method of a class: what it does with its inputs (name -> value text) to the instances.
+    using Method = std::function<platform::Result<void>(SimWmi& wmi, const std::map<std::wstring, std::wstring>& inputs)>;
+    void SetMethod(const std::wstring& className, const std::wstring& method, Method body);
+    // Calls made on kept connections: "<method>(<name>=<value>,...)", the most recent.
+    std::vector<std::wstring> MethodCalls() const;
+    // An instance's property, read or written directly (for methods and tests); the first
+    // instance of the class.
+    std::optional<platform::WmiValue> Property(const std::wstring& wmiNamespace, const std::wstring& className,
+                                               const std::wstring& property) const;
+    void SetProperty(const std::wstring& wmiNamespace, const std::wstring& className, const std::wstring& property,
+                     platform::WmiValue value);
+    // Runs a method as a kept connection does (recorded in MethodCalls).
+    platform::Result<void> CallMethod(const std::wstring& className, const std::wstring& method,
+                                      const std::vector<platform::WmiMethodArgument>& inputs);
     // Method names of the firmware commands run so far (the most recent), and their input bytes.
     std::vector<std::wstring> FirmwareMethods() const;
     std::vector<uint8_t> LastFirmwareInput() const;
@@ -44,6 +63,9 @@ private:
     std::map<std::wstring, std::map<std::wstring, std::vector<Instance>>> namespaces_;  // by lower-case names
     std::map<std::wstring, platform::WmiCallFailure> failures_;                         // by lower-case class
     SimFirmware firmware_;
+    std::map<std::wstring, std::pair<platform::WmiConnectStep, int32_t>> connectFailures_;  // by lower-case name
+    std::map<std::wstring, Method> methodBodies_;  // by "<class>.<method>", lower case
+    Recent<std::wstring> methodCalls_;
     Recent<std::wstring> methods_;
     std::vector<uint8_t> lastInput_;
 };

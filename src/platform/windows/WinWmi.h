@@ -7,6 +7,7 @@ namespace Qv::platform::windows {
 // (multithreaded) on its own thread for itself.
 class WinWmi : public IWmi {
 public:
+    WmiConnectResult Connect(const std::wstring& wmiNamespace) override;
     WmiPropertyRead ReadProperty(const std::wstring& wmiNamespace, const std::wstring& className,
                                  const std::wstring& condition, const std::wstring& property) override;
     FirmwareReply ExecuteFirmwareCommand(const FirmwareRequest& request) override;
