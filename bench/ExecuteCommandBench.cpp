@@ -31,6 +31,8 @@ const Path kPaths[] = {
     {"camera_getter_tool", 2, L"{}"},
     {"audio_mute_inline", 42, L"{\"dataFlow\":0}"},
     {"audio_device_list", 41, L"{\"dataFlow\":0}"},
+    {"display_library_inline", 70, L"{}"},
+    {"display_schedule_filled", 72, L"{}"},
 };
 
 SimulatedHost& Host() {

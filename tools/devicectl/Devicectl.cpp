@@ -8,6 +8,7 @@
 
 #include "core/strings.h"
 #include "tools/devicectl/Audio.h"
+#include "tools/devicectl/Display.h"
 #include "tools/devicectl/Host.h"
 #include "tools/devicectl/Info.h"
 #include "tools/devicectl/ServiceModule.h"
@@ -22,6 +23,7 @@ const char* const kUsage =
     "       devicectl [options] commands\n"
     "       devicectl [options] info\n"
     "       devicectl [options] audio\n"
+    "       devicectl [options] display\n"
     "       devicectl [options] subscribe <1001|1002> [--threshold N] [--for SECONDS] [--memory-load N,N,...]\n"
     "\n"
     "  call      start a session, run one command, print the answer, end the session.\n"
@@ -32,6 +34,7 @@ const char* const kUsage =
     "  info      what the module sees of the machine: host, processor, product, serial, memory.\n"
     "  audio     the playback and recording endpoints (* marks the default), and the mute state and\n"
     "            volume of the default ones.\n"
+    "  display   brightness, HDR, the display mode, input source, schedule, colour gains and contrast.\n"
     "  subscribe device status events (1001 battery, 1002 low memory): command 31 on one thread,\n"
     "            each event printed as it arrives; after --for SECONDS (default 10) or Ctrl-C,\n"
     "            command 32 on another thread of the same session, then 31's answer.\n"
@@ -228,9 +231,10 @@ int Run(const std::vector<std::wstring>& args) {
 
     const std::wstring& verb = words[0];
     if (verb != L"call" && verb != L"commands" && verb != L"script" && verb != L"subscribe" && verb != L"info" &&
-        verb != L"audio")
+        verb != L"audio" && verb != L"display")
         return Usage("unknown command '" + Core::Narrow(verb) + "'");
-    if ((verb == L"commands" || verb == L"info" || verb == L"audio") && words.size() != 1)
+    if ((verb == L"commands" || verb == L"info" || verb == L"audio" || verb == L"display") &&
+        words.size() != 1)
         return Usage("'" + Core::Narrow(verb) + "' takes no arguments");
     if (verb == L"call" && (words.size() < 2 || words.size() > 3))
         return Usage("'call' takes a command and an optional JSON text");
@@ -253,6 +257,7 @@ int Run(const std::vector<std::wstring>& args) {
     if (verb == L"commands") return ListCommands(*module);
     if (verb == L"info") return ShowDeviceInfo(*module);
     if (verb == L"audio") return ShowAudio(*module, clientId);
+    if (verb == L"display") return ShowDisplay(*module, clientId);
     if (verb == L"call") return CallCommand(*module, words[1], words.size() == 3 ? words[2] : L"{}", clientId);
     if (verb == L"subscribe") return Subscribe(*module, clientId, subscribe);
 
