@@ -1,22 +1,29 @@
-// The ExpModes area's commands. Its helper is not part of this build yet: the rows answer
-// "unsupported function number" until it lands.
+// The experience-mode commands.
+#include "areas/expmodes/ExpModesHelper.h"
 #include "service/Area.h"
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
-
 namespace {
 
 std::span<const CommandRow> Rows() {
-    using F = CommandForm;
     static constexpr CommandRow rows[] = {
-        CommandRow::NotBuilt(110, "ExpModes.ChangeMode", F::Delegated),
-        CommandRow::NotBuilt(111, "ExpModes.RestoreMode", F::Inline),
+        CommandRow::Delegated(110, "ExpModes.ChangeMode",
+                              [](CommandCall& call) {
+                                  return ExpModesHelper::GetInstance()->ChangeMode(&call.input, &call.output);
+                              }),
+        CommandRow::Inline(111, "ExpModes.RestoreMode",
+                           [](CommandCall&) -> InlineResult { return ExpModesHelper::GetInstance()->RestoreMode(); }),
     };
     return rows;
 }
 
 }  // namespace
 
-Area ExpModesArea() { return {"ExpModes", Rows()}; }
+Area ExpModesArea() {
+    Area area{"ExpModes", Rows()};
+    // The modes are built again, and the restore state read again, by the next service.
+    area.lastServiceGone = [](platform::Platform&) { ExpModesHelper::Release(); };
+    return area;
+}
 
 }  // namespace Qv::Bridge::Server::Services::DeviceControl

@@ -91,6 +91,8 @@ public:
         body(world_);
     }
     int PinnedFiles() const { return files_.PinnedFiles(); }
+    // The world itself, for a fake of an area's port made on this device (lock its mutex).
+    SimWorld& World() { return world_; }
 
 private:
     SimWorld world_;

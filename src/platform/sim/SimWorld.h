@@ -38,6 +38,13 @@ struct SimWorld {
     bool impersonating = false;  // the client or the user, on any thread
     bool commandProcessorMissing = false;  // `system` cannot start cmd.exe: it answers -1
 
+    // Folders that exist (lower-case), beyond the files' own; the service's store folders with
+    // the access list they were made with (SDDL), and the paths that are reparse points.
+    std::set<std::wstring> folders;
+    std::map<std::wstring, std::wstring> folderAccess;
+    std::set<std::wstring> reparsePoints;
+    std::wstring programDataFolder = L"C:\\ProgramData";
+
     SimTool tool;
 };
 

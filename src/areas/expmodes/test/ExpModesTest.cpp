@@ -1,0 +1,324 @@
+// Experience modes end to end on the simulated laptop: the built-in modes as this laptop's
+// features shape them, the engine that applies and restores them, and the restore-state store.
+#include <stdexcept>
+
+#include "areas/audio/sim/SimAudio.h"
+#include "areas/camera/sim/SimCamera.h"
+#include "areas/display/DisplayHelper.h"
+#include "areas/display/sim/SimDisplay.h"
+#include "areas/expmodes/ExpModesHelper.h"
+#include "areas/expmodes/sim/SimStoreFiles.h"
+#include "areas/power/sim/SimPowerApi.h"
+#include "core/status.h"
+#include "platform/sim/SimWorld.h"
+#include "unit/ServiceFixture.h"
+
+namespace Qv::Bridge::Server::Services::DeviceControl {
+// The store's private routines, for the tests that save what was loaded.
+class ExpModesTestAccess {
+public:
+    static void Save(ExpModesHelper& helper) { helper.Save(RestoreState); }
+};
+}  // namespace Qv::Bridge::Server::Services::DeviceControl
+
+namespace Qv::Tests {
+namespace {
+
+using namespace Bridge::Server::Services::DeviceControl;
+
+constexpr wchar_t kRestoreFile[] = L"C:\\ProgramData\\QV\\DeviceControl\\ExpModes\\restorestate.json";
+
+struct Row {
+    uint32_t type;
+    std::wstring parameter;
+    std::wstring key;
+    int32_t order;
+    bool operator==(const Row&) const = default;
+};
+
+class ExpModesTest : public ServiceFixture {
+protected:
+    ExpModesTest() {
+        device.InstallTool(TrustedTestKey());
+        device.InstallSigned(L"QVDC.dll", TrustedTestKey());
+    }
+    void Features(bool camera, bool hdr, bool portrait) {
+        device.WithWorld([&](Sim::SimWorld& world) {
+            Sim::SimCamera& cam = world.tool.Area<Sim::SimCamera>();
+            cam.present = camera;
+            cam.blurSupported = cam.autoFrameSupported = cam.zoomSupported = camera;
+            Sim::SimDisplayTool& display = world.tool.Area<Sim::SimDisplayTool>();
+            display.hdrSupported = hdr;
+            display.portraitPresent = portrait;
+        });
+    }
+    ExpModesHelper& Helper() { return *ExpModesHelper::GetInstance(); }
+    std::vector<Row> Rows(const std::wstring& name) {
+        for (const ExpMode& mode : Helper().ModeList())
+            if (mode.ModeName == name) {
+                std::vector<Row> rows;
+                for (const ExpCommand& c : mode.Commands) rows.push_back({c.Type, c.Parameter, c.ParameterKey, c.Order});
+                return rows;
+            }
+        return {};
+    }
+    std::vector<uint32_t> Types(const std::wstring& name) {
+        std::vector<uint32_t> types;
+        for (const Row& row : Rows(name)) types.push_back(row.type);
+        return types;
+    }
+    std::vector<std::wstring> Names() {
+        std::vector<std::wstring> names;
+        for (const ExpMode& mode : Helper().ModeList()) names.push_back(mode.ModeName);
+        return names;
+    }
+    std::string File() { return device.FileText(kRestoreFile); }
+    Sim::SimAudioEndpoints& Audio() { return Sim::SimulatedAudio(device); }
+    int SpeakerVolume() {
+        for (const auto& endpoint : Audio().GetFlow(platform::IAudioEndpoints::Flow::Render).endpoints)
+            if (endpoint.id == Sim::kSimSpeakersId) return static_cast<int>(endpoint.level * 100.0f + 0.5f);
+        return -1;
+    }
+    void Restart() {
+        ExpModesHelper::Release();
+        DisplayHelper::Release();
+    }
+};
+
+TEST_F(ExpModesTest, EveryFeatureGivesTheFullModes) {
+    Features(true, true, true);
+    EXPECT_EQ(Names(), (std::vector<std::wstring>{L"battery_and_power", L"movie", L"secure_my_pc", L"conference", L"music",
+                                                  L"gaming"}));
+    EXPECT_EQ(Rows(L"battery_and_power"),
+              (std::vector<Row>{{13, L"0", L"disable", 5}, {14, L"30", L"", 6}, {11, L"0", L"disable", 4},
+                                {12, L"0", L"disable", 3}, {3, L"50", L"", 2},
+                                {43, L"power_mode_efficiency", L"power_mode_efficiency", 1}}));
+    EXPECT_EQ(Rows(L"movie"), (std::vector<Row>{{3, L"80", L"", 3}, {14, L"80", L"", 4}, {16, L"7", L"display_mode_movie", 2},
+                                                {13, L"1", L"enable", 1}}));
+    EXPECT_EQ(Rows(L"secure_my_pc"), (std::vector<Row>{{11, L"1", L"enable", 99}}));
+    EXPECT_EQ(Rows(L"conference"), (std::vector<Row>{{9, L"1", L"on", 4}, {12, L"1", L"on", 3}, {11, L"1", L"on", 2},
+                                                     {6, L"0", L"unmute_val", 1}}));
+    EXPECT_EQ(Rows(L"music"), (std::vector<Row>{{3, L"80", L"", 2}, {4, L"0", L"unmute_val", 1}}));
+    EXPECT_EQ(Rows(L"gaming"), (std::vector<Row>{{14, L"90", L"", 4}, {13, L"1", L"enable", 3},
+                                                 {16, L"1", L"display_mode_gaming", 2},
+                                                 {43, L"power_mode_performance", L"power_mode_performance", 1}}));
+}
+
+TEST_F(ExpModesTest, MissingFeaturesLeaveTheirCommandsOut) {
+    Features(false, false, false);
+    EXPECT_EQ(Names(), (std::vector<std::wstring>{L"battery_and_power", L"movie", L"conference", L"music", L"gaming"}));
+    EXPECT_EQ(Types(L"battery_and_power"), (std::vector<uint32_t>{14, 3, 43}));
+    EXPECT_EQ(Types(L"conference"), (std::vector<uint32_t>{9, 6}));
+    EXPECT_EQ(Types(L"movie"), (std::vector<uint32_t>{3, 14}));
+    EXPECT_EQ(Types(L"gaming"), (std::vector<uint32_t>{14, 43}));
+    // A request for the missing mode fails like any unknown name.
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"secure_my_pc\",\"UserPicks\":[]}"), (Answer{Status::kSuccess, L"{\"result\":false}"}));
+}
+
+TEST_F(ExpModesTest, PortraitAloneAddsTheDisplayModeToMovie) {
+    Features(false, false, true);
+    EXPECT_EQ(Types(L"movie"), (std::vector<uint32_t>{3, 14, 16}));
+}
+
+TEST_F(ExpModesTest, BuildingAModeAgainMovesItToTheEnd) {
+    Helper().CreateMovieMode();
+    const auto names = Names();
+    EXPECT_EQ(std::count(names.begin(), names.end(), L"movie"), 1);
+    EXPECT_EQ(names.back(), L"movie");
+    EXPECT_EQ(names.size(), 6u);
+}
+
+TEST_F(ExpModesTest, ThePowerSaverRunsByOrderAndRecordsWhatItOverwrote) {
+    Features(true, true, true);
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"battery_and_power\",\"UserPicks\":[]}"), (Answer{Status::kSuccess, L"{\"result\":true}"}));
+    // Power mode, volume 50, auto-frame off, blur off, HDR off, brightness 30.
+    EXPECT_EQ(File(), "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":43,\"Parameter\":\"power_mode_balanced\"},"
+                      "{\"Type\":3,\"Parameter\":\"50\"},{\"Type\":12,\"Parameter\":\"0\"},{\"Type\":11,\"Parameter\":\"0\"},"
+                      "{\"Type\":13,\"Parameter\":\"0\"},{\"Type\":14,\"Parameter\":\"60\"}]}");
+    EXPECT_EQ(Sim::SimulatedPower(device).Overlay(true),
+              (platform::Guid{0x961cc777, 0x2547, 0x4f9d, {0x81, 0x74, 0x7d, 0x86, 0x18, 0x1b, 0x8a, 0x7a}}));
+    EXPECT_EQ(Call(61).text, L"{\"result\":30}");
+    // And back.
+    EXPECT_EQ(Call(111), (Answer{Status::kSuccess, L"{\"result\":true}"}));
+    EXPECT_EQ(Call(61).text, L"{\"result\":60}");
+    EXPECT_EQ(Sim::SimulatedPower(device).Overlay(true), platform::Guid{});
+}
+
+TEST_F(ExpModesTest, PicksAreOneBasedAndRunAsOftenAsGiven) {
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[0,7,-1,3]}"), (Answer{Status::kSuccess, L"{\"result\":false}"}));
+    EXPECT_EQ(File(), "");
+    // [1, 1] on music: the volume twice; the second records what the first set.
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[1,1]}"), (Answer{Status::kSuccess, L"{\"result\":true}"}));
+    EXPECT_EQ(File(), "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":3,\"Parameter\":\"50\"},"
+                      "{\"Type\":3,\"Parameter\":\"80\"}]}");
+    EXPECT_EQ(SpeakerVolume(), 80);
+    // Restoring runs the entries in their order: 50, then 80 again.
+    EXPECT_EQ(Call(111).text, L"{\"result\":true}");
+    EXPECT_EQ(SpeakerVolume(), 80);
+    // Only the second command.
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[2]}").text, L"{\"result\":true}");
+    EXPECT_EQ(File(), "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":4,\"Parameter\":\"0\"}]}");
+}
+
+TEST_F(ExpModesTest, NothingDoneLeavesTheRestoreStateAlone) {
+    EXPECT_EQ(Call(111), (Answer{Status::kSuccess, L"{\"result\":false}"}));
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[]}").text, L"{\"result\":true}");
+    const std::string before = File();
+    // Every gaming command fails here: no brightness method, no power functions, no HDR, no portrait.
+    device.SimulatedWmi().SetMethod(L"WmiMonitorBrightnessMethods", L"WmiSetBrightness",
+                                    [](Sim::SimWmi&, const std::map<std::wstring, std::wstring>&) -> platform::Result<void> {
+                                        return platform::Failure{static_cast<int32_t>(0x80041008)};
+                                    });
+    Sim::SimulatedPower(device).SetFunctions({true, true, false, false});
+    Features(true, false, false);
+    Restart();
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"gaming\",\"UserPicks\":[]}"), (Answer{Status::kSuccess, L"{\"result\":false}"}));
+    EXPECT_EQ(File(), before);
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"Music\",\"UserPicks\":[]}").text, L"{\"result\":false}");
+    EXPECT_EQ(File(), before);
+}
+
+TEST_F(ExpModesTest, TheRequestIsChecked) {
+    for (const wchar_t* input : {L"{}", L"{\"ModeName\":\"music\"}", L"{\"UserPicks\":[]}", L"{\"ModeName\":1,\"UserPicks\":[]}",
+                                 L"{\"ModeName\":\"music\",\"UserPicks\":1}", L"{\"ModeName\":\"music\",\"UserPicks\":[\"1\"]}",
+                                 L"{\"ModeName\":null,\"UserPicks\":[]}"})
+        EXPECT_EQ(Call(110, input), (Answer{Status::kArgumentCheckFailed, L"{}"})) << input;
+    EXPECT_EQ(File(), "");
+}
+
+TEST_F(ExpModesTest, TheStoreFolderIsMadeWithItsOwnAccessList) {
+    Helper();
+    device.WithWorld([](Sim::SimWorld& world) {
+        EXPECT_EQ(world.folderAccess[L"c:\\programdata\\qv\\devicecontrol\\expmodes"],
+                  L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FRFX;;;BU)");
+        EXPECT_EQ(world.folderAccess.count(L"c:\\programdata"), 0u);
+    });
+    EXPECT_EQ(Helper().RestoreStatePath(), kRestoreFile);
+}
+
+TEST_F(ExpModesTest, ALoadedStateIsRestoredAndSavedAgainAsItWas) {
+    const std::string text = "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":43,\"Parameter\":\"power_mode_performance\"},"
+                             "{\"Type\":3,\"Parameter\":\"35\"}]}";
+    Helper();
+    Restart();
+    device.WriteFile(kRestoreFile, text);
+    EXPECT_EQ(Call(111), (Answer{Status::kSuccess, L"{\"result\":true}"}));
+    EXPECT_EQ(SpeakerVolume(), 35);
+    EXPECT_EQ(Sim::SimulatedPower(device).Overlay(true),
+              (platform::Guid{0xded574b5, 0x45a0, 0x4f42, {0x87, 0x37, 0x46, 0x34, 0x5c, 0x09, 0xc2, 0x38}}));
+    device.WriteFile(kRestoreFile, "");
+    ExpModesTestAccess::Save(Helper());
+    EXPECT_EQ(File(), text);
+}
+
+TEST_F(ExpModesTest, AnEmptyObjectRestoresNothing) {
+    Helper();
+    Restart();
+    device.WriteFile(kRestoreFile, "{}");
+    EXPECT_EQ(Call(111), (Answer{Status::kSuccess, L"{\"result\":false}"}));
+    EXPECT_EQ(File(), "{}");
+}
+
+TEST_F(ExpModesTest, ACorruptFileIsLoggedAndDeleted) {
+    Helper();
+    for (const char* corrupt : {"not json", "[1,2]", "{\"ModeName\":7}", "{\"Commands\":{}}", "{\"Commands\":[1]}",
+                                "{\"Commands\":[{\"Type\":\"3\"}]}"}) {
+        Restart();
+        log->Clear();
+        device.WriteFile(kRestoreFile, corrupt);
+        EXPECT_EQ(Call(111), (Answer{Status::kSuccess, L"{\"result\":false}"})) << corrupt;
+        EXPECT_EQ(log->Count(LogLevel::Error,
+                             L"Qv::Bridge::Server::Services::DeviceControl::ExpModesHelper::Load - Exception occurred while "
+                             L"loading ExpModes config: "),
+                  1u)
+            << corrupt;
+        EXPECT_FALSE(device.Files().FileExists(kRestoreFile)) << corrupt;
+    }
+    // One that cannot be deleted stays, and says so.
+    Restart();
+    log->Clear();
+    device.WriteFile(kRestoreFile, "not json");
+    device.SetUndeletable(kRestoreFile);
+    Helper();
+    EXPECT_EQ(log->Count(LogLevel::Error, L"Exception occurred while deleting corrupt ExpModes config file"), 1u);
+    EXPECT_TRUE(device.Files().FileExists(kRestoreFile));
+}
+
+TEST_F(ExpModesTest, AnUnreadableFileIsAWarning) {
+    Helper();
+    Restart();
+    device.AddFile(kRestoreFile);  // there, but nothing can be read from it
+    EXPECT_EQ(Call(111).text, L"{\"result\":false}");
+    EXPECT_EQ(log->Count(LogLevel::Warning, L"ExpModesHelper::Load - Failed to open analytics cfg file at C:\\ProgramData"), 1u);
+}
+
+TEST_F(ExpModesTest, ANonNumericParameterRaisesBeforeAnythingChanges) {
+    Helper();
+    Restart();
+    device.WriteFile(kRestoreFile, "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":3,\"Parameter\":\"loud\"}]}");
+    try {
+        Call(111);
+        ADD_FAILURE() << "no exception";
+    } catch (const std::invalid_argument& error) {
+        EXPECT_STREQ(error.what(), "invalid stoi argument");
+    }
+    EXPECT_EQ(SpeakerVolume(), 50);
+    Restart();
+    device.WriteFile(kRestoreFile, "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":3,\"Parameter\":\"99999999999\"}]}");
+    EXPECT_THROW(Call(111), std::out_of_range);
+    // Leading blanks and trailing text are a number's business: " 40%" is 40.
+    Restart();
+    device.WriteFile(kRestoreFile, "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":3,\"Parameter\":\" 40%\"}]}");
+    EXPECT_EQ(Call(111).text, L"{\"result\":true}");
+    EXPECT_EQ(SpeakerVolume(), 40);
+}
+
+TEST_F(ExpModesTest, ASaveCutOffAtAnyByteLeavesTheOldFileOrTheNew) {
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[2]}").text, L"{\"result\":true}");
+    const std::string old = File();
+    const std::string fresh = "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":3,\"Parameter\":\"50\"}]}";
+    for (long cut = 0; cut <= static_cast<long>(fresh.size()); ++cut) {
+        Sim::SimulatedStore(device).CutSavesAfter(cut);
+        Audio().SetFlow(platform::IAudioEndpoints::Flow::Render, Sim::SimAudioEndpoints().GetFlow(platform::IAudioEndpoints::Flow::Render));
+        EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[1]}").text, L"{\"result\":true}") << cut;
+        ASSERT_EQ(File(), old) << cut;
+        // A new service reads the old state whole.
+        Restart();
+        EXPECT_EQ(Call(111).text, L"{\"result\":true}") << cut;
+    }
+    Sim::SimulatedStore(device).CutSavesAfter(-1);
+    Audio().SetFlow(platform::IAudioEndpoints::Flow::Render, Sim::SimAudioEndpoints().GetFlow(platform::IAudioEndpoints::Flow::Render));
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[1]}").text, L"{\"result\":true}");
+    EXPECT_EQ(File(), fresh);
+}
+
+TEST_F(ExpModesTest, AJunctionOnThePathIsRefused) {
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[2]}").text, L"{\"result\":true}");
+    const std::string old = File();
+    device.WithWorld([](Sim::SimWorld& world) { world.reparsePoints.insert(L"c:\\programdata\\qv\\devicecontrol"); });
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[1]}").text, L"{\"result\":true}");
+    EXPECT_EQ(File(), old);
+    EXPECT_EQ(log->Count(LogLevel::Error, L"a reparse point is on its path"), 1u);
+    // Nor is a corrupt file deleted through it.
+    device.WriteFile(kRestoreFile, "not json");
+    Restart();
+    EXPECT_EQ(Call(111).text, L"{\"result\":false}");
+    EXPECT_EQ(File(), "not json");
+}
+
+TEST_F(ExpModesTest, AStoreFolderThatCannotBeMadeFailsTheCommandNotTheService) {
+    Sim::SimulatedStore(device).FailCreate(5);
+    EXPECT_THROW(Call(111), std::system_error);
+    Sim::SimulatedStore(device).FailCreate(0);
+    EXPECT_EQ(Call(111).text, L"{\"result\":false}");
+    Restart();
+    Sim::SimulatedStore(device).SetProgramDataMissing(true);
+    EXPECT_EQ(Call(111).text, L"{\"result\":false}");
+    EXPECT_EQ(log->Count(LogLevel::Error,
+                         L"Qv::Bridge::Server::Services::DeviceControl::ExpModesHelper::GetCfgFolderPath - Failed to expand "
+                         L"ProgramData"),
+              1u);
+}
+
+}  // namespace
+}  // namespace Qv::Tests
