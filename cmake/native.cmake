@@ -12,7 +12,7 @@ target_link_libraries(qv_sim PUBLIC qv_core)
 add_library(qv_native STATIC $<TARGET_OBJECTS:qv_core> $<TARGET_OBJECTS:qv_logic>)
 target_link_libraries(qv_native PUBLIC qv_core qv_sim)
 
-add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/Host.cpp tools/devicectl/Info.cpp tools/devicectl/Audio.cpp tools/devicectl/Display.cpp
+add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/Host.cpp tools/devicectl/Info.cpp tools/devicectl/Audio.cpp tools/devicectl/Display.cpp tools/devicectl/Modes.cpp
   tools/devicectl/Subscribe.cpp
   tools/devicectl/ModuleNative.cpp)
 target_link_libraries(devicectl PRIVATE qv_native)

@@ -21,7 +21,8 @@ target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcryp
                       wbemuuid ole32 oleaut32 uuid version)
 target_link_options(DeviceControlService PRIVATE ${QV_STATIC_LINK})
 
-add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/Host.cpp tools/devicectl/Info.cpp tools/devicectl/Audio.cpp tools/devicectl/Subscribe.cpp
+add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/Host.cpp tools/devicectl/Info.cpp tools/devicectl/Audio.cpp tools/devicectl/Display.cpp tools/devicectl/Modes.cpp
+  tools/devicectl/Subscribe.cpp
   tools/devicectl/ModuleWindows.cpp $<TARGET_OBJECTS:qv_core>)
 target_include_directories(devicectl PRIVATE ${CMAKE_SOURCE_DIR})
 target_link_libraries(devicectl PRIVATE qv_core)

@@ -109,6 +109,9 @@ QV_API const QVCommandInfo* QVDescribeCommands(unsigned int* count);
  * `buffer` when `capacity` wide characters hold it; answers the characters it needs, with the
  * terminator. */
 QV_API unsigned int QVDescribeDevice(wchar_t* buffer, unsigned int capacity);
+/* The experience modes built for this machine, as a compact JSON array of {"ModeName",
+ * "Commands": [{"Type", "Parameter", "ParameterKey", "Order"}]}; the same buffer rule. */
+QV_API unsigned int QVDescribeModes(wchar_t* buffer, unsigned int capacity);
 
 #ifdef __cplusplus
 }

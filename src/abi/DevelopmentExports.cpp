@@ -1,9 +1,11 @@
-// Exports for devicectl: the command table, and what the module sees of the machine.
+// Exports for devicectl: the command table, what the module sees of the machine, and the
+// experience modes built for it.
 #include <cstring>
 #include <vector>
 
 #include "core/json.h"
 #include "areas/device-info/DeviceInfoHelper.h"
+#include "areas/expmodes/ExpModesHelper.h"
 #include "qv/QVServiceAbi.h"
 #include "service/CommandTable.h"
 
@@ -22,6 +24,46 @@ extern "C" QV_API const QVCommandInfo* QVDescribeCommands(unsigned int* count) {
     return rows.data();
 }
 
+namespace {
+
+// Copies `text` with its terminator when `buffer` has room; answers the room it needs.
+unsigned int CopyOut(const std::wstring& text, wchar_t* buffer, unsigned int capacity) {
+    const auto needed = static_cast<unsigned int>(text.size() + 1);
+    if (buffer != nullptr && capacity >= needed) std::wmemcpy(buffer, text.c_str(), needed);
+    return needed;
+}
+
+}  // namespace
+
+// The experience modes of this machine: [{"ModeName":..,"Commands":[{"Type":..,"Parameter":..,
+// "ParameterKey":..,"Order":..}]}]; "[]" when they cannot be built.
+extern "C" QV_API unsigned int QVDescribeModes(wchar_t* buffer, unsigned int capacity) {
+    using Qv::Bridge::Server::Services::DeviceControl::ExpModesHelper;
+    Qv::Json::Document modes;
+    auto& allocator = modes.GetAllocator();
+    modes.SetArray();
+    try {
+        for (const auto& mode : ExpModesHelper::GetInstance()->ModeList()) {
+            Qv::Json::Value entry(rapidjson::kObjectType);
+            entry.AddMember(L"ModeName", Qv::Json::Value(mode.ModeName.c_str(), allocator), allocator);
+            Qv::Json::Value commands(rapidjson::kArrayType);
+            for (const auto& command : mode.Commands) {
+                Qv::Json::Value item(rapidjson::kObjectType);
+                item.AddMember(L"Type", command.Type, allocator);
+                item.AddMember(L"Parameter", Qv::Json::Value(command.Parameter.c_str(), allocator), allocator);
+                item.AddMember(L"ParameterKey", Qv::Json::Value(command.ParameterKey.c_str(), allocator), allocator);
+                item.AddMember(L"Order", command.Order, allocator);
+                commands.PushBack(item, allocator);
+            }
+            entry.AddMember(L"Commands", commands, allocator);
+            modes.PushBack(entry, allocator);
+        }
+    } catch (...) {
+        modes.SetArray();
+    }
+    return CopyOut(Qv::Json::Serialize(modes), buffer, capacity);
+}
+
 extern "C" QV_API unsigned int QVDescribeDevice(wchar_t* buffer, unsigned int capacity) {
     DeviceInfoHelper& device = *DeviceInfoHelper::GetInstance();
     Qv::Json::Document summary;
@@ -38,8 +80,5 @@ extern "C" QV_API unsigned int QVDescribeDevice(wchar_t* buffer, unsigned int ca
     add(L"productNumber", device.GetProductNumber());
     add(L"serialNumber", device.GetSerialNumber());
     summary.AddMember(L"installedMemory", static_cast<uint64_t>(device.GetInstalledRAM()), allocator);
-    const std::wstring text = Qv::Json::Serialize(summary);
-    const auto needed = static_cast<unsigned int>(text.size() + 1);
-    if (buffer != nullptr && capacity >= needed) std::wmemcpy(buffer, text.c_str(), needed);
-    return needed;
+    return CopyOut(Qv::Json::Serialize(summary), buffer, capacity);
 }

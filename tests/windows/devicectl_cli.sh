@@ -142,8 +142,28 @@ if [ -n "${PULSE_SERVER:-}" ]; then
   check "devicectl audio exits 0" 0 "$rc"
   check "devicectl audio marks Wine's endpoint the default of both flows" 2 "$(grep -c '^  \* PulseAudio  (default)$' <<<"$shown")"
   check "devicectl audio shows the null sink" 1 "$(grep -c '^    Null-Output$' <<<"$shown")"
+
+  # Experience modes: "music" is the mode whose commands Wine can carry out (the playback mute;
+  # its volume cannot be set there), so it is the one that leaves a restore state.
+  store="$QV_WINEPREFIX_DIR/drive_c/ProgramData/QV/DeviceControl/ExpModes"
+  rm -rf "$QV_WINEPREFIX_DIR/drive_c/ProgramData/QV"
+  check "no restore state before any mode" '{"result":false}' "$(run call 111)"
+  check "apply music" '{"result":true}' "$(run call ExpModes.ChangeMode '{"ModeName":"music","UserPicks":[]}')"
+  check "the restore state in its written form" '{"ModeName":"restorestate","Commands":[{"Type":4,"Parameter":"0"}]}' \
+    "$(cat "$store/restorestate.json" 2>/dev/null)"
+  check "a new service restores it" '{"result":true}' "$(run call 111)"
+  check "movie changes nothing Wine can change" '{"result":false}' \
+    "$(run call 110 '{"ModeName":"movie","UserPicks":[]}')"
+  check "the restore state is kept" '{"ModeName":"restorestate","Commands":[{"Type":4,"Parameter":"0"}]}' \
+    "$(cat "$store/restorestate.json" 2>/dev/null)"
+  printf 'not json' > "$store/restorestate.json"
+  modes_log="$QV_WINEPREFIX_DIR/drive_c/devicectl-modes.log"
+  rm -f "$modes_log"
+  check "a corrupt restore state restores nothing" '{"result":false}' "$(run --log 'C:\devicectl-modes.log' call 111)"
+  check "and is deleted" "absent" "$([ -e "$store/restorestate.json" ] && echo present || echo absent)"
+  check "and logged" 1 "$(tr -d '\0' < "$modes_log" | grep -c 'Exception occurred while loading ExpModes config')"
 else
-  echo "skip audio: no PULSE_SERVER (scripts/test-windows starts one)"
+  echo "skip audio and experience modes: no PULSE_SERVER (scripts/test-windows starts one)"
 fi
 rm -f "$err"
 

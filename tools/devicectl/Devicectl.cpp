@@ -9,6 +9,7 @@
 #include "core/strings.h"
 #include "tools/devicectl/Audio.h"
 #include "tools/devicectl/Display.h"
+#include "tools/devicectl/Modes.h"
 #include "tools/devicectl/Host.h"
 #include "tools/devicectl/Info.h"
 #include "tools/devicectl/ServiceModule.h"
@@ -24,6 +25,7 @@ const char* const kUsage =
     "       devicectl [options] info\n"
     "       devicectl [options] audio\n"
     "       devicectl [options] display\n"
+    "       devicectl [options] modes | mode NAME [PICKS] | restore\n"
     "       devicectl [options] subscribe <1001|1002> [--threshold N] [--for SECONDS] [--memory-load N,N,...]\n"
     "\n"
     "  call      start a session, run one command, print the answer, end the session.\n"
@@ -35,6 +37,9 @@ const char* const kUsage =
     "  audio     the playback and recording endpoints (* marks the default), and the mute state and\n"
     "            volume of the default ones.\n"
     "  display   brightness, HDR, the display mode, input source, schedule, colour gains and contrast.\n"
+    "  modes     the experience modes of this machine and their commands; mode NAME applies one\n"
+    "            (PICKS: only the commands at these positions, \"1,3\"); restore puts back what\n"
+    "            the last mode changed.\n"
     "  subscribe device status events (1001 battery, 1002 low memory): command 31 on one thread,\n"
     "            each event printed as it arrives; after --for SECONDS (default 10) or Ctrl-C,\n"
     "            command 32 on another thread of the same session, then 31's answer.\n"
@@ -231,13 +236,15 @@ int Run(const std::vector<std::wstring>& args) {
 
     const std::wstring& verb = words[0];
     if (verb != L"call" && verb != L"commands" && verb != L"script" && verb != L"subscribe" && verb != L"info" &&
-        verb != L"audio" && verb != L"display")
+        verb != L"audio" && verb != L"display" && verb != L"modes" && verb != L"mode" && verb != L"restore")
         return Usage("unknown command '" + Core::Narrow(verb) + "'");
-    if ((verb == L"commands" || verb == L"info" || verb == L"audio" || verb == L"display") &&
+    if ((verb == L"commands" || verb == L"info" || verb == L"audio" || verb == L"display" || verb == L"modes" ||
+         verb == L"restore") &&
         words.size() != 1)
         return Usage("'" + Core::Narrow(verb) + "' takes no arguments");
     if (verb == L"call" && (words.size() < 2 || words.size() > 3))
         return Usage("'call' takes a command and an optional JSON text");
+    if (verb == L"mode" && (words.size() < 2 || words.size() > 3)) return Usage("'mode' takes a name and optional picks");
     if (verb == L"script" && words.size() > 2) return Usage("'script' takes at most one file");
     if (subscribeOptions && verb != L"subscribe")
         return Usage("--threshold, --for and --memory-load are options of 'subscribe'");
@@ -258,6 +265,9 @@ int Run(const std::vector<std::wstring>& args) {
     if (verb == L"info") return ShowDeviceInfo(*module);
     if (verb == L"audio") return ShowAudio(*module, clientId);
     if (verb == L"display") return ShowDisplay(*module, clientId);
+    if (verb == L"modes") return ShowModes(*module);
+    if (verb == L"mode") return ApplyMode(*module, words[1], words.size() == 3 ? words[2] : L"", clientId);
+    if (verb == L"restore") return RestoreModes(*module, clientId);
     if (verb == L"call") return CallCommand(*module, words[1], words.size() == 3 ? words[2] : L"{}", clientId);
     if (verb == L"subscribe") return Subscribe(*module, clientId, subscribe);
 

@@ -27,9 +27,11 @@ public:
     explicit LinkedModule(std::shared_ptr<Sim::SimDevice> device) : device_(std::move(device)) {}
 
     QVServiceObject* CreateService() override { return QVCreateService(); }
-    std::wstring DescribeDevice() override {
-        std::wstring text(QVDescribeDevice(nullptr, 0), L'\0');
-        text.resize(QVDescribeDevice(text.data(), static_cast<unsigned int>(text.size())) - 1);
+    std::wstring DescribeDevice() override { return Text(&QVDescribeDevice); }
+    std::wstring DescribeModes() override { return Text(&QVDescribeModes); }
+    static std::wstring Text(unsigned int (*describe)(wchar_t*, unsigned int)) {
+        std::wstring text(describe(nullptr, 0), L'\0');
+        text.resize(describe(text.data(), static_cast<unsigned int>(text.size())) - 1);
         return text;
     }
     bool CanSimulateMemoryLoad() const override { return true; }

@@ -19,8 +19,9 @@ using DescribeDeviceFn = unsigned int (*)(wchar_t*, unsigned int);
 
 class DllModule : public ServiceModule {
 public:
-    DllModule(HMODULE module, CreateServiceFn create, DescribeCommandsFn describe, DescribeDeviceFn device)
-        : module_(module), create_(create), describe_(describe), device_(device) {}
+    DllModule(HMODULE module, CreateServiceFn create, DescribeCommandsFn describe, DescribeDeviceFn device,
+              DescribeDeviceFn modes)
+        : module_(module), create_(create), describe_(describe), device_(device), modes_(modes) {}
     // The module stays loaded until devicectl exits, as in the host.
 
     QVServiceObject* CreateService() override { return create_(); }
@@ -30,18 +31,22 @@ public:
         const QVCommandInfo* rows = describe_(&count);
         return std::vector<QVCommandInfo>(rows, rows + count);
     }
-    std::wstring DescribeDevice() override {
-        if (device_ == nullptr) return {};
-        std::wstring text(device_(nullptr, 0), L'\0');
-        text.resize(device_(text.data(), static_cast<unsigned int>(text.size())) - 1);
-        return text;
-    }
+    std::wstring DescribeDevice() override { return Text(device_); }
+    std::wstring DescribeModes() override { return Text(modes_); }
 
 private:
     HMODULE module_;
     CreateServiceFn create_;
     DescribeCommandsFn describe_;
     DescribeDeviceFn device_;
+    DescribeDeviceFn modes_;
+
+    static std::wstring Text(DescribeDeviceFn describe) {
+        if (describe == nullptr) return {};
+        std::wstring text(describe(nullptr, 0), L'\0');
+        text.resize(describe(text.data(), static_cast<unsigned int>(text.size())) - 1);
+        return text;
+    }
 };
 
 // The installed module when there is one (%ProgramFiles%\DeviceControl), else the one beside devicectl.
@@ -75,7 +80,8 @@ std::unique_ptr<ServiceModule> LoadServiceModule(const ModuleOptions& options, s
     }
     auto describe = platform::windows::proc_address<DescribeCommandsFn>(module, "QVDescribeCommands");
     auto device = platform::windows::proc_address<DescribeDeviceFn>(module, "QVDescribeDevice");
-    return std::make_unique<DllModule>(module, create, describe, device);
+    auto modes = platform::windows::proc_address<DescribeDeviceFn>(module, "QVDescribeModes");
+    return std::make_unique<DllModule>(module, create, describe, device, modes);
 }
 
 }  // namespace Qv::Devicectl

@@ -17,6 +17,8 @@ public:
     virtual std::vector<QVCommandInfo> Commands() = 0;
     // What the module sees of the machine (QVDescribeDevice); empty when it does not say.
     virtual std::wstring DescribeDevice() = 0;
+    // The experience modes built for this machine (QVDescribeModes); empty when it does not say.
+    virtual std::wstring DescribeModes() = 0;
     // The native build runs on the simulated device: its memory load can be set, and the
     // polling of subscribers moved on one round (ten simulated seconds).
     virtual bool CanSimulateMemoryLoad() const { return false; }
