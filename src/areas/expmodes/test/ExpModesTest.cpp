@@ -1,6 +1,7 @@
 // Experience modes end to end on the simulated laptop: the built-in modes as this laptop's
 // features shape them, the engine that applies and restores them, and the restore-state store.
 #include <stdexcept>
+#include <thread>
 
 #include "areas/audio/sim/SimAudio.h"
 #include "areas/camera/sim/SimCamera.h"
@@ -318,6 +319,30 @@ TEST_F(ExpModesTest, AStoreFolderThatCannotBeMadeFailsTheCommandNotTheService) {
                          L"Qv::Bridge::Server::Services::DeviceControl::ExpModesHelper::GetCfgFolderPath - Failed to expand "
                          L"ProgramData"),
               1u);
+}
+
+TEST_F(ExpModesTest, TwoSessionsChangeAndRestoreAtOnce) {
+    Helper();
+    void* sessions[2] = {};
+    for (void*& session : sessions) ASSERT_EQ(service->StartSession(const_cast<wchar_t*>(L"client"), &session), 0);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 2; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 20; ++i) {
+                EXPECT_EQ(Call(110, t == 0 ? L"{\"ModeName\":\"music\",\"UserPicks\":[]}" : L"{\"ModeName\":\"movie\",\"UserPicks\":[1]}",
+                               sessions[t])
+                              .status,
+                          Status::kSuccess);
+                EXPECT_EQ(Call(111, L"{}", sessions[t]).status, Status::kSuccess);
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    for (void*& session : sessions) service->EndSession(&session);
+    // The file is one whole restore state, of one mode or the other.
+    const std::string file = File();
+    EXPECT_TRUE(file.starts_with("{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":")) << file;
+    EXPECT_TRUE(file.ends_with("}]}")) << file;
 }
 
 }  // namespace
