@@ -182,7 +182,7 @@ TEST_F(ExpModesTest, NothingDoneLeavesTheRestoreStateAlone) {
 TEST_F(ExpModesTest, TheRequestIsChecked) {
     for (const wchar_t* input : {L"{}", L"{\"ModeName\":\"music\"}", L"{\"UserPicks\":[]}", L"{\"ModeName\":1,\"UserPicks\":[]}",
                                  L"{\"ModeName\":\"music\",\"UserPicks\":1}", L"{\"ModeName\":\"music\",\"UserPicks\":[\"1\"]}",
-                                 L"{\"ModeName\":null,\"UserPicks\":[]}"})
+                                 L"{\"ModeName\":null,\"UserPicks\":[]}", L"{\"ModeName\":\"music\",\"UserPicks\":[1.5]}"})
         EXPECT_EQ(Call(110, input), (Answer{Status::kArgumentCheckFailed, L"{}"})) << input;
     EXPECT_EQ(File(), "");
 }
