@@ -79,6 +79,30 @@ add_custom_command(
   COMMENT "Signing DeviceControlTool.exe with the test key")
 add_custom_target(trust_test_files ALL DEPENDS ${QV_TRUST_TEST_BIN}/probe-signed.exe ${QV_SIGNED_BIN}/DeviceControlTool.exe)
 
+# The display vendor's software as the display area finds it: a double of its display-control
+# library (plain C, state and calls in text files beside it), signed with the test key
+# (bin/signed/), with the unlisted key (bin/signed-other/) and unsigned (bin/); and its service
+# executable, which the module reads only for its version, at a supported and an old major.
+add_library(qvdc_double SHARED tests/windows/display-library/QvdcDouble.c)
+set_target_properties(qvdc_double PROPERTIES OUTPUT_NAME QVDC PREFIX "" IMPORT_PREFIX "")
+target_link_options(qvdc_double PRIVATE -static -static-libgcc)
+set(QV_SIGNED_OTHER_BIN ${CMAKE_BINARY_DIR}/bin/signed-other)
+add_custom_command(
+  OUTPUT ${QV_SIGNED_BIN}/QVDC.dll ${QV_SIGNED_OTHER_BIN}/QVDC.dll
+  COMMAND ${CMAKE_COMMAND} -E make_directory ${QV_SIGNED_BIN} ${QV_SIGNED_OTHER_BIN}
+  COMMAND ${qv_sign} signing $<TARGET_FILE:qvdc_double> ${QV_SIGNED_BIN}/QVDC.dll
+  COMMAND ${qv_sign} other $<TARGET_FILE:qvdc_double> ${QV_SIGNED_OTHER_BIN}/QVDC.dll
+  DEPENDS qvdc_double ${QV_TEST_CERT_DIR}/signing.pem ${QV_TEST_CERT_DIR}/other.pem ${CMAKE_SOURCE_DIR}/scripts/sign-file
+  COMMENT "Signing QVDC.dll with the test key and with the other key")
+add_custom_target(qvdc_double_signed ALL DEPENDS ${QV_SIGNED_BIN}/QVDC.dll ${QV_SIGNED_OTHER_BIN}/QVDC.dll)
+enable_language(RC)
+foreach(major 5 4)
+  add_executable(display_service_${major} tests/windows/display-library/VersionStandIn.c
+                 tests/windows/display-library/VersionStandIn-${major}.rc)
+  set_target_properties(display_service_${major} PROPERTIES OUTPUT_NAME DisplayControlService-${major})
+  target_link_options(display_service_${major} PRIVATE -static -static-libgcc)
+endforeach()
+
 # The service as the host sees it: LoadLibraryW and the factory, nothing imported.
 add_executable(windows_tests tests/windows/ServiceDllTest.cpp $<TARGET_OBJECTS:qv_core>)
 target_include_directories(windows_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
@@ -127,8 +151,13 @@ set_tests_properties(tool_contract PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURC
 add_test(NAME devicectl_cli COMMAND bash ${CMAKE_SOURCE_DIR}/tests/windows/devicectl_cli.sh ${CMAKE_BINARY_DIR}/bin)
 set_tests_properties(devicectl_cli PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURCE_DIR}")
 
+# The display-control library's commands through devicectl.exe against the double, and the
+# module refusing an old service or a library not signed by a trusted key.
+add_test(NAME display_library COMMAND bash ${CMAKE_SOURCE_DIR}/tests/windows/display_library.sh)
+set_tests_properties(display_library PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURCE_DIR}")
+
 # Every Windows test has a time limit, so a hang fails with the test's name.
 set_tests_properties(windows_tests c_host c_host_unload c_host_unload_waiting c_host_seh_callback windows_security_tests
                      windows_platform_tests
                      PROPERTIES TIMEOUT 120)
-set_tests_properties(tool_contract devicectl_cli PROPERTIES TIMEOUT 300)
+set_tests_properties(tool_contract devicectl_cli display_library PROPERTIES TIMEOUT 300)

@@ -120,6 +120,12 @@ TEST_F(DisplayTest, ALibraryPathThatIsNotCanonicalIsRefused) {
     EXPECT_TRUE(Display().LoadedPaths().empty());
 }
 
+TEST_F(DisplayTest, OnlyAnExactOneIsASupportedPlatform) {
+    Panel().platformSupported = 2;
+    EXPECT_EQ(Call(78, L"{\"IValue\":70}"), (Answer{Status::kSuccess, L"{\"result\":false}"}));
+    EXPECT_EQ(NewCalls(), (Calls{"IsPlatformSupported()"}));
+}
+
 TEST_F(DisplayTest, AnUnsupportedPlatformKeepsTheLibraryLoadedButNotReady) {
     Panel().platformSupported = 0;
     EXPECT_EQ(Call(71, L"{\"IValue\":17}"), (Answer{Status::kSuccess, L"{\"result\":false}"}));
@@ -275,6 +281,9 @@ TEST_F(DisplayTest, HdrCountsOnlyAnExactOne) {
     EXPECT_FALSE(flag);
     device.Tool().replies[L"IsHDRSupported"] = "-1\r\n";
     EXPECT_FALSE(DisplayHelper::GetInstance()->IsHDRSupported(flag));
+    device.Tool().replies[L"IsHDRSupported"] = "-2\r\n";
+    EXPECT_FALSE(DisplayHelper::GetInstance()->IsHDRSupported(flag));
+    EXPECT_FALSE(flag);
 }
 
 TEST_F(DisplayTest, DisplayModesGoThroughTheToolAfterThePortraitCheck) {
@@ -288,6 +297,9 @@ TEST_F(DisplayTest, DisplayModesGoThroughTheToolAfterThePortraitCheck) {
               L"\"C:\\Program Files\\DeviceControl\\DeviceControlTool.exe\" DisplayPortrait SetDisplayMode \"-3\"");
     EXPECT_EQ(Call(66), (Answer{Status::kSuccess, L"{\"result\":[0,1,2,7,13]}"}));
 
+    // The tool answers the mode it now holds: another one is no confirmation.
+    device.Tool().replies[L"SetDisplayMode"] = "2\r\n";
+    EXPECT_EQ(Call(68, L"{\"IValue\":13}").text, L"{\"result\":false}");
     device.Tool().replies[L"GetDisplayMode"] = "mode\r\n";
     EXPECT_EQ(Call(67).text, L"{\"result\":-1}");
     EXPECT_EQ(log->Count(LogLevel::Error, L"DisplayHelper::GetDisplayMode: Failed to convert mode string to integer: mode"), 1u);

@@ -19,6 +19,7 @@ namespace Qv::Bridge::Server::Services::DeviceControl {
 class ExpModesTestAccess {
 public:
     static void Save(ExpModesHelper& helper) { helper.Save(RestoreState); }
+    static const std::vector<ExpCommand>& RestoreCommands(ExpModesHelper& helper) { return helper.restoreCommands_; }
 };
 }  // namespace Qv::Bridge::Server::Services::DeviceControl
 
@@ -116,6 +117,22 @@ TEST_F(ExpModesTest, MissingFeaturesLeaveTheirCommandsOut) {
     EXPECT_EQ(Call(110, L"{\"ModeName\":\"secure_my_pc\",\"UserPicks\":[]}"), (Answer{Status::kSuccess, L"{\"result\":false}"}));
 }
 
+TEST_F(ExpModesTest, EachCameraFeatureHasItsOwnProbe) {
+    device.WithWorld([](Sim::SimWorld& world) {
+        Sim::SimCamera& camera = world.tool.Area<Sim::SimCamera>();
+        camera.autoFrameSupported = false;
+    });
+    EXPECT_EQ(Types(L"battery_and_power"), (std::vector<uint32_t>{13, 14, 11, 3, 43}));
+    EXPECT_EQ(Types(L"conference"), (std::vector<uint32_t>{9, 11, 6}));
+    Restart();
+    device.WithWorld([](Sim::SimWorld& world) {
+        Sim::SimCamera& camera = world.tool.Area<Sim::SimCamera>();
+        camera.autoFrameSupported = true;
+        camera.blurSupported = false;
+    });
+    EXPECT_EQ(Types(L"battery_and_power"), (std::vector<uint32_t>{13, 14, 12, 3, 43}));
+}
+
 TEST_F(ExpModesTest, PortraitAloneAddsTheDisplayModeToMovie) {
     Features(false, false, true);
     EXPECT_EQ(Types(L"movie"), (std::vector<uint32_t>{3, 14, 16}));
@@ -143,6 +160,10 @@ TEST_F(ExpModesTest, ThePowerSaverRunsByOrderAndRecordsWhatItOverwrote) {
     EXPECT_EQ(Call(111), (Answer{Status::kSuccess, L"{\"result\":true}"}));
     EXPECT_EQ(Call(61).text, L"{\"result\":60}");
     EXPECT_EQ(Sim::SimulatedPower(device).Overlay(true), platform::Guid{});
+    // From best performance, the keyword recorded is performance's.
+    Sim::SimulatedPower(device).SetOverlay(true, {0xded574b5, 0x45a0, 0x4f42, {0x87, 0x37, 0x46, 0x34, 0x5c, 0x09, 0xc2, 0x38}});
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"battery_and_power\",\"UserPicks\":[6]}").text, L"{\"result\":true}");
+    EXPECT_EQ(File(), "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":43,\"Parameter\":\"power_mode_performance\"}]}");
 }
 
 TEST_F(ExpModesTest, PicksAreOneBasedAndRunAsOftenAsGiven) {
@@ -207,9 +228,21 @@ TEST_F(ExpModesTest, ALoadedStateIsRestoredAndSavedAgainAsItWas) {
     EXPECT_EQ(SpeakerVolume(), 35);
     EXPECT_EQ(Sim::SimulatedPower(device).Overlay(true),
               (platform::Guid{0xded574b5, 0x45a0, 0x4f42, {0x87, 0x37, 0x46, 0x34, 0x5c, 0x09, 0xc2, 0x38}}));
+    for (const ExpCommand& command : ExpModesTestAccess::RestoreCommands(Helper())) {
+        EXPECT_EQ(command.Order, 99);
+        EXPECT_EQ(command.ParameterKey, L"");
+    }
     device.WriteFile(kRestoreFile, "");
     ExpModesTestAccess::Save(Helper());
     EXPECT_EQ(File(), text);
+}
+
+TEST_F(ExpModesTest, AStateWithoutANameRestoresNothing) {
+    Helper();
+    Restart();
+    device.WriteFile(kRestoreFile, "{\"Commands\":[{\"Type\":3,\"Parameter\":\"35\"}]}");
+    EXPECT_EQ(Call(111), (Answer{Status::kSuccess, L"{\"result\":false}"}));
+    EXPECT_EQ(SpeakerVolume(), 50);
 }
 
 TEST_F(ExpModesTest, AnEmptyObjectRestoresNothing) {
