@@ -25,6 +25,16 @@ constexpr uint32_t kNoiseCommand[] = {4, 1};
 constexpr uint32_t kPowerShellWaitMs = 5000;
 constexpr size_t kPowerShellReadBytes = 4095;
 
+constexpr AudioHelper::PowerShellTexts kNoiseTexts{
+    L"RTKToggleNoiseControl: Failed to create pipe.", L"RTKToggleNoiseControl: Failed to create PowerShell process.",
+    L"RTKToggleNoiseControl: PowerShell wrote nothing in 5 seconds and was ended."};
+constexpr AudioHelper::PowerShellTexts kSwapSupportTexts{
+    L"IsSpeakerSwapSupported: Failed to create pipe.", L"IsSpeakerSwapSupported: Failed to create PowerShell process.",
+    L"IsSpeakerSwapSupported: PowerShell wrote nothing in 5 seconds and was ended."};
+constexpr AudioHelper::PowerShellTexts kSwapTexts{
+    L"ToggleSpeakerSwap: Failed to create pipe.", L"ToggleSpeakerSwap: Failed to create PowerShell process.",
+    L"ToggleSpeakerSwap: PowerShell wrote nothing in 5 seconds and was ended."};
+
 IAudioEndpoints& Endpoints() { return platform::Current().AreaPort<IAudioEndpoints>(); }
 
 Flow ToFlow(int dataFlow) { return dataFlow == 1 ? Flow::Capture : Flow::Render; }
@@ -211,20 +221,21 @@ std::wstring AudioHelper::DefaultDeviceId(int dataFlow) {
     return *id;
 }
 
-bool AudioHelper::RunPowerShell(const std::wstring& script, const char* caller, std::string& output, bool* stalled) {
+bool AudioHelper::RunPowerShell(const std::wstring& script, const PowerShellTexts& texts, std::string& output,
+                                bool* stalled) {
     platform::Platform& platform = platform::Current();
     const std::wstring commandLine = platform.Files().SystemFolder() + Audio::Realtek::kPowerShell + script;
     using Outcome = platform::IProcessLauncher::BoundedRun::Outcome;
     auto run = platform.Processes().RunBounded(commandLine, kPowerShellWaitMs, kPowerShellReadBytes);
     switch (run.outcome) {
         case Outcome::PipeFailed:
-            logger_->LogError(L"%S: Failed to create pipe.", caller);
+            logger_->LogError(L"%s", texts.pipeFailed);
             return false;
         case Outcome::StartFailed:
-            logger_->LogError(L"%S: Failed to create PowerShell process.", caller);
+            logger_->LogError(L"%s", texts.processFailed);
             return false;
         case Outcome::Stalled:
-            logger_->LogError(L"%S: PowerShell wrote nothing in 5 seconds and was ended.", caller);
+            logger_->LogError(L"%s", texts.stalled);
             if (stalled != nullptr) *stalled = true;
             return false;
         case Outcome::Read:
@@ -255,7 +266,7 @@ bool AudioHelper::RTKToggleNoiseControl(int dataFlow, bool enable, int& status) 
     const std::wstring endpointId = ExtractDevicePath(DefaultDeviceId(dataFlow));
     std::string output;
     bool stalled = false;
-    if (!RunPowerShell(Audio::Realtek::NoiseControlScript(endpointId, enable), "RTKToggleNoiseControl", output, &stalled)) {
+    if (!RunPowerShell(Audio::Realtek::NoiseControlScript(endpointId, enable), kNoiseTexts, output, &stalled)) {
         // A PowerShell that hung is the vendor's side not answering.
         if (stalled) status = Status::kValueNotRead;
         return false;
@@ -292,7 +303,7 @@ bool AudioHelper::QCToggleNoiseControl(int dataFlow, bool enable, int& status) {
 bool AudioHelper::IsSpeakerSwapSupported() {
     const std::wstring endpointId = ExtractDevicePath(DefaultDeviceId(0));
     std::string output;
-    if (!RunPowerShell(Audio::Realtek::SpeakerSwapSupportScript(endpointId), "IsSpeakerSwapSupported", output)) return false;
+    if (!RunPowerShell(Audio::Realtek::SpeakerSwapSupportScript(endpointId), kSwapSupportTexts, output)) return false;
     return output.find(Audio::Realtek::kSwapSupported) != std::string::npos;
 }
 
@@ -303,7 +314,7 @@ bool AudioHelper::ToggleSpeakerSwap(bool on) {
     }
     const std::wstring endpointId = ExtractDevicePath(DefaultDeviceId(0));
     std::string output;
-    if (!RunPowerShell(Audio::Realtek::SpeakerSwapScript(endpointId, on), "ToggleSpeakerSwap", output)) return false;
+    if (!RunPowerShell(Audio::Realtek::SpeakerSwapScript(endpointId, on), kSwapTexts, output)) return false;
     return output.find(Audio::Realtek::kSwapEnabled) != std::string::npos;
 }
 

@@ -13,6 +13,12 @@ namespace Qv::Bridge::Server::Services::DeviceControl {
 class AudioHelper {
 public:
     using Document = Json::Document;
+    // What a PowerShell run logs when it cannot be made or hangs, for the operation that runs it.
+    struct PowerShellTexts {
+        const wchar_t* pipeFailed;
+        const wchar_t* processFailed;
+        const wchar_t* stalled;
+    };
 
     static AudioHelper* GetInstance();
 
@@ -57,8 +63,9 @@ private:
     // The default endpoint's Windows Runtime id of a flow (for the vendor paths).
     std::wstring DefaultDeviceId(int dataFlow);
     // Runs PowerShell with `script` and answers the one read of its output; false when it could
-    // not be run or was ended for hanging (`stalled`), logged with `caller`'s name.
-    bool RunPowerShell(const std::wstring& script, const char* caller, std::string& output, bool* stalled = nullptr);
+    // not be run or was ended for hanging (`stalled`), logged with `texts`.
+    bool RunPowerShell(const std::wstring& script, const PowerShellTexts& texts, std::string& output,
+                       bool* stalled = nullptr);
 
     Logging::TraceLogger* logger_ = nullptr;
 };

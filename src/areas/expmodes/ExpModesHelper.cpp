@@ -247,7 +247,7 @@ void ExpModesHelper::Load(ExpModesConfigType type) {
     if (!path.empty() && !SafePath(path, kLoadFunction)) return;
     const auto text = path.empty() ? platform::Result<std::string>(platform::Failure{2}) : Store().Read(path);
     if (!text) {
-        logger_->LogWarning(L"%S - Failed to open analytics cfg file at %s", kLoadFunction, path.c_str());
+        logger_->LogWarning(L"%S - Failed to open analytics cfg file at %S", kLoadFunction, Core::Narrow(path).c_str());
         return;
     }
     try {

@@ -103,7 +103,7 @@ TEST_F(AudioTest, TheDefaultIsMatchedExactlyAndTheLastMatchWins) {
     EXPECT_EQ(Call(41, L"{\"dataFlow\":0,\"filterDefault\":true}"), (Answer{Status::kSuccess, L"{\"result\":null}"}));
     EXPECT_EQ(Call(41, L"{\"dataFlow\":0}").text->find(L"true"), std::wstring::npos);
 
-    render.endpoints = {{L"a", L"First"}, {L"b", L"Second"}, {L"a", L"Third"}};
+    render.endpoints = {{L"a", L"First", false, 0.5f, {}}, {L"b", L"Second", false, 0.5f, {}}, {L"a", L"Third", false, 0.5f, {}}};
     render.defaultId = L"a";
     Audio().SetFlow(Flow::Render, render);
     EXPECT_EQ(Call(41, L"{\"dataFlow\":0,\"filterDefault\":true}").text,
