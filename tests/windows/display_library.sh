@@ -111,6 +111,14 @@ for kind in unsigned other; do
   check "$kind library: not loaded" "" "$(called)"
 done
 
+# What Wine has no part for: a brightness instance in its WMI, advanced colour in its display
+# configuration, the display vendor's display modes. Each answers as a machine without it.
+check "brightness without a WMI brightness instance" '{"result":-1}' "$(run call 61 '{}')"
+check "brightness cannot be set there" '{"result":false}' "$(run call 62 '{"IValue":40}')"
+check "HDR not reported" '{"result":false}' "$(run call 63 '{}')"
+check "no display modes" '{"result":[]}' "$(run call 66 '{}')"
+check "no portrait support" '{"result":false}' "$(run call 76 '{}')"
+
 # The usual install again, and the library answering through it.
 "$root/scripts/wine-install" "$prefix"
 reset
