@@ -73,19 +73,6 @@ int ShowDisplay(ServiceModule& module, std::wstring clientId) {
     PrintLine(stdout, std::string("HDR:             ") +
                           (Flag(host, 63) ? (Flag(host, 64) ? "on" : "off") : "not supported or not readable"));
 
-    const bool portrait = Flag(host, 76);
-    if (portrait) {
-        Reply mode;
-        Ask(host, 67, mode);
-        const int current = mode.result != nullptr && mode.result->IsInt() ? mode.result->GetInt() : -1;
-        PrintLine(stdout, "display mode:    " + (current >= 0 ? std::to_string(current) + PresetName(current) : kUnavailable));
-        Reply modes;
-        Ask(host, 66, modes);
-        PrintLine(stdout, "  supported:     " + Integers(modes.result, true));
-    } else {
-        PrintLine(stdout, "display mode:    the display vendor's software is not available");
-    }
-
     // The library's settings (their commands answer -1 or nothing without it).
     PrintLine(stdout, "input source:    " + Number(host, 70));
     Reply sources;
@@ -114,6 +101,20 @@ int ShowDisplay(ServiceModule& module, std::wstring clientId) {
         PrintLine(stdout, "colour gains:    not supported or not available");
     }
     PrintLine(stdout, "contrast:        " + Number(host, 77));
+    // Last: a negative portrait check takes the library's settings away for this service.
+    const bool portrait = Flag(host, 76);
+    if (portrait) {
+        Reply mode;
+        Ask(host, 67, mode);
+        const int current = mode.result != nullptr && mode.result->IsInt() ? mode.result->GetInt() : -1;
+        PrintLine(stdout, "display mode:    " + (current >= 0 ? std::to_string(current) + PresetName(current) : kUnavailable));
+        Reply modes;
+        Ask(host, 66, modes);
+        PrintLine(stdout, "  supported:     " + Integers(modes.result, true));
+    } else {
+        PrintLine(stdout, "display mode:    the display vendor's software is not available");
+    }
+
     return kExitOk;
 }
 
