@@ -112,6 +112,13 @@ add_dependencies(windows_tests DeviceControlService devicectl)
 add_test(NAME windows_tests COMMAND windows_tests)
 
 # A host written in C drives the installed DLL through the Visual C++ slot layout.
+# The audio vendor's side for the script path of noise control: a service that runs, and a
+# stand-in for powershell.exe (tests/windows/audio_vendor.sh installs them in the test prefix).
+add_executable(vendor_service tests/windows/audio-vendor/VendorService.c)
+target_link_options(vendor_service PRIVATE -static -municode)
+add_executable(script_host tests/windows/audio-vendor/ScriptHost.c)
+target_link_options(script_host PRIVATE -static -municode)
+
 add_executable(c_host tests/windows/CHost.c)
 target_include_directories(c_host PRIVATE ${CMAKE_SOURCE_DIR}/include)
 target_link_options(c_host PRIVATE ${QV_STATIC_LINK})
@@ -155,9 +162,13 @@ set_tests_properties(devicectl_cli PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURC
 # module refusing an old service or a library not signed by a trusted key.
 add_test(NAME display_library COMMAND bash ${CMAKE_SOURCE_DIR}/tests/windows/display_library.sh)
 set_tests_properties(display_library PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURCE_DIR}")
+# Noise control and speaker swap down the audio vendor's script path, and a script host that hangs.
+add_test(NAME audio_vendor COMMAND bash ${CMAKE_SOURCE_DIR}/tests/windows/audio_vendor.sh)
+set_tests_properties(audio_vendor PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURCE_DIR}")
+add_dependencies(windows_tests vendor_service script_host)
 
 # Every Windows test has a time limit, so a hang fails with the test's name.
 set_tests_properties(windows_tests c_host c_host_unload c_host_unload_waiting c_host_seh_callback windows_security_tests
                      windows_platform_tests
                      PROPERTIES TIMEOUT 120)
-set_tests_properties(tool_contract devicectl_cli display_library PROPERTIES TIMEOUT 300)
+set_tests_properties(tool_contract devicectl_cli display_library audio_vendor PROPERTIES TIMEOUT 300)
