@@ -4,11 +4,13 @@
 # make bench  - the benchmarks beside their floors (optimised native build, and under Wine)
 # make fuzz   - the ExecuteCommand fuzzer for FUZZ_SECONDS (default 300)
 # make mutate - the mutation gauge (AREAS="accessory camera" for some areas only)
+# make soak   - the service under load: 8 threads x 100,000 mixed commands, plain, under
+#               ASan+UBSan and under TSan, with its figures
 SHELL := /bin/bash
 FUZZ_SECONDS ?= 300
 NATIVE_PRESETS := native native-asan native-tsan native-release
 .PHONY: all bootstrap $(NATIVE_PRESETS) mingw product test test-native test-asan test-tsan test-windows mutate \
-        demo bench fuzz clean
+        demo bench fuzz soak clean
 
 all: native mingw
 
@@ -51,6 +53,12 @@ bench: native-release mingw
 # The mutation gauge: each mutation of tests/mutations/<area>.txt alone, against the native suite.
 mutate: bootstrap
 	tests/mutations/run $(AREAS)
+
+soak: native native-asan native-tsan
+	build/native/bin/load_test --threads 8 --commands 100000
+	UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1:suppressions=tests/ubsan.supp ASAN_OPTIONS=detect_leaks=1 \
+	  build/native-asan/bin/load_test --threads 8 --commands 100000
+	TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 build/native-tsan/bin/load_test --threads 8 --commands 100000
 
 fuzz: native-asan
 	fuzz/run build/native-asan $(FUZZ_SECONDS)

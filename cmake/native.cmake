@@ -35,6 +35,19 @@ elseif(QV_SANITIZE STREQUAL "thread")
   set_tests_properties(unit_tests PROPERTIES ENVIRONMENT "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
 endif()
 
+# The service under load (tests/load): make test runs a short form in each native build,
+# make soak the full one.
+add_executable(load_test tests/load/LoadTest.cpp)
+target_link_libraries(load_test PRIVATE qv_native)
+add_test(NAME load_short COMMAND load_test --threads 4 --commands 3000)
+set_tests_properties(load_short PROPERTIES TIMEOUT 300)
+if(QV_SANITIZE STREQUAL "address")
+  set_tests_properties(load_short PROPERTIES ENVIRONMENT
+    "UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1:suppressions=${CMAKE_SOURCE_DIR}/tests/ubsan.supp;ASAN_OPTIONS=detect_leaks=1")
+elseif(QV_SANITIZE STREQUAL "thread")
+  set_tests_properties(load_short PROPERTIES ENVIRONMENT "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
+endif()
+
 # The ExecuteCommand fuzzer (clang's libFuzzer, in the ASan+UBSan build); make test runs a short
 # smoke run of it, make fuzz a long one.
 if(QV_FUZZ)
