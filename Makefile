@@ -5,7 +5,8 @@
 # make fuzz   - the ExecuteCommand fuzzer for FUZZ_SECONDS (default 300)
 # make mutate - the mutation gauge (AREAS="accessory camera" for some areas only)
 # make soak   - the service under load: 8 threads x 100,000 mixed commands, plain, under
-#               ASan+UBSan and under TSan, with its figures
+#               ASan+UBSan and under TSan; then the installed DLL under Wine for 10,000 tool
+#               commands and 1,000 subscription cycles; each with its figures
 SHELL := /bin/bash
 FUZZ_SECONDS ?= 300
 NATIVE_PRESETS := native native-asan native-tsan native-release
@@ -54,11 +55,12 @@ bench: native-release mingw
 mutate: bootstrap
 	tests/mutations/run $(AREAS)
 
-soak: native native-asan native-tsan
+soak: native native-asan native-tsan mingw
 	build/native/bin/load_test --threads 8 --commands 100000
 	UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1:suppressions=tests/ubsan.supp ASAN_OPTIONS=detect_leaks=1 \
 	  build/native-asan/bin/load_test --threads 8 --commands 100000
 	TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 build/native-tsan/bin/load_test --threads 8 --commands 100000
+	scripts/wine-soak 10000 1000
 
 fuzz: native-asan
 	fuzz/run build/native-asan $(FUZZ_SECONDS)

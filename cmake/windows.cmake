@@ -119,6 +119,12 @@ target_link_options(vendor_service PRIVATE -static -municode)
 add_executable(script_host tests/windows/audio-vendor/ScriptHost.c)
 target_link_options(script_host PRIVATE -static -municode)
 
+# The installed DLL under a long run: handle count and private bytes at the start and the end.
+add_executable(wine_soak tests/windows/WineSoak.cpp $<TARGET_OBJECTS:qv_core>)
+target_link_libraries(wine_soak PRIVATE qv_core psapi)
+target_link_options(wine_soak PRIVATE ${QV_STATIC_LINK})
+add_test(NAME wine_soak_short COMMAND wine_soak 150 40)
+
 add_executable(c_host tests/windows/CHost.c)
 target_include_directories(c_host PRIVATE ${CMAKE_SOURCE_DIR}/include)
 target_link_options(c_host PRIVATE ${QV_STATIC_LINK})
@@ -171,4 +177,4 @@ add_dependencies(windows_tests vendor_service script_host)
 set_tests_properties(windows_tests c_host c_host_unload c_host_unload_waiting c_host_seh_callback windows_security_tests
                      windows_platform_tests
                      PROPERTIES TIMEOUT 120)
-set_tests_properties(tool_contract devicectl_cli display_library audio_vendor PROPERTIES TIMEOUT 300)
+set_tests_properties(tool_contract devicectl_cli display_library audio_vendor wine_soak_short PROPERTIES TIMEOUT 300)
