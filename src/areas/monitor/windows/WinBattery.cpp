@@ -9,6 +9,7 @@
 #include "core/logging.h"
 #include "platform/windows/raii/winrt.h"
 #include "areas/monitor/windows/WindowsSystemPower.h"
+#include "platform/windows/winrt/Delegate.h"
 
 namespace Qv::platform::windows {
 namespace {
@@ -34,27 +35,10 @@ Result<com_ptr<IPowerManagerStatics>> Statics(const char* operation) {
 }
 
 // An EventHandler<Object> that calls a function; agile, so the platform may call it on any thread.
-class ChangeHandler : public IEventHandlerObject {
+class ChangeHandler final : public winrt::Delegate<IEventHandlerObject, &winrt::IID_EventHandler_Object> {
 public:
     explicit ChangeHandler(std::function<void()> handler) : handler_(std::move(handler)) {}
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        if (object == nullptr) return E_POINTER;
-        if (IsEqualGUID(iid, IID_IUnknown) || IsEqualGUID(iid, winrt::IID_EventHandler_Object) ||
-            IsEqualGUID(iid, IID_IAgileObject)) {
-            *object = static_cast<IEventHandlerObject*>(this);
-            AddRef();
-            return S_OK;
-        }
-        *object = nullptr;
-        return E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) delete this;
-        return left;
-    }
     HRESULT STDMETHODCALLTYPE Invoke(IInspectable*, IInspectable*) override {
         try {
             handler_();
@@ -65,8 +49,6 @@ public:
     }
 
 private:
-    virtual ~ChangeHandler() = default;
-    std::atomic<ULONG> references_{1};
     std::function<void()> handler_;
 };
 

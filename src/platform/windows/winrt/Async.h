@@ -9,31 +9,15 @@
 
 #include "platform/windows/raii/com.h"
 #include "platform/windows/raii/kernel.h"
+#include "platform/windows/winrt/Delegate.h"
 
 namespace Qv::platform::windows::winrt {
 
 template <class Operation>
-class CompletionSignal final : public Operation::Completed {
+class CompletionSignal final : public Delegate<typename Operation::Completed, &Operation::kCompletedIid> {
 public:
     explicit CompletionSignal(HANDLE event) : event_(event) {}
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        if (object == nullptr) return E_POINTER;
-        if (IsEqualGUID(iid, IID_IUnknown) || IsEqualGUID(iid, Operation::kCompletedIid) ||
-            IsEqualGUID(iid, IID_IAgileObject)) {
-            *object = static_cast<typename Operation::Completed*>(this);
-            AddRef();
-            return S_OK;
-        }
-        *object = nullptr;
-        return E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) delete this;
-        return left;
-    }
     HRESULT STDMETHODCALLTYPE Invoke(Operation*, AsyncStatus status) override {
         status_ = status;
         SetEvent(event_);
@@ -42,8 +26,6 @@ public:
     AsyncStatus Status() const { return status_; }
 
 private:
-    ~CompletionSignal() = default;
-    std::atomic<ULONG> references_{1};
     HANDLE event_;
     std::atomic<AsyncStatus> status_{Started};
 };
