@@ -39,5 +39,36 @@ TEST(SimLauncherTest, WhatTheLaptopDoesNotHaveDoesNotRun) {
               (std::vector<std::string>{"format C:", "taskkill /F /T /IM none.exe", "taskkill /F /T /IM none.exe"}));
 }
 
+// Several areas give a PowerShell: each script reaches the one that knows it, and a script none
+// knows fails as PowerShell fails it. A bounded run reads no more than it asked for, and a script
+// host that hangs is ended.
+TEST(SimLauncherTest, BoundedRunsReachTheAreaThatKnowsTheScript) {
+    Sim::SimDevice device;
+    auto& processes = device.Processes();
+    using Outcome = platform::IProcessLauncher::BoundedRun::Outcome;
+    const std::wstring host = L"C:\\Windows\\system32\\WindowsPowerShell\\v1.0\\powershell.exe";
+    // The audio vendor's script (its class is not installed here: PowerShell catches the error).
+    auto vendor = processes.RunBounded(host + L" -NoProfile -ExecutionPolicy Bypass -Command \"try { "
+                                              L"$DevicePathEndpointId = '{x}';$result = Invoke-CimMethod -Namespace "
+                                              L"'Root\\RealtekAudio' } catch {}\"",
+                                       5000, 4095);
+    EXPECT_EQ(vendor.outcome, Outcome::Read);
+    EXPECT_EQ(vendor.output.rfind("Exception thrown", 0), 0u) << vendor.output;
+    // An applications script, through the same program name.
+    auto apps = processes.RunBounded(host + L" -Command \"Get-StartApps | Where-Object { $_.name -eq 'None' } | "
+                                            L"Select-Object -ExpandProperty AppID -First 1\"",
+                                     5000, 4095);
+    EXPECT_EQ(apps.outcome, Outcome::Read);
+    EXPECT_EQ(apps.output, "");
+    auto unknown = processes.RunBounded(host + L" -Command \"Remove-Item C:\\x\"", 5000, 4095);
+    EXPECT_NE(unknown.output.find("not recognized"), std::string::npos);
+    // At most what was asked for.
+    auto cut = processes.RunBounded(host + L" -Command \"Remove-Item C:\\x\"", 5000, 7);
+    EXPECT_EQ(cut.output, "The ter");
+    // No such program: it cannot be started.
+    EXPECT_EQ(processes.RunBounded(L"C:\\nowhere\\missing.exe", 5000, 4095).outcome, Outcome::StartFailed);
+    EXPECT_EQ(device.BoundedCommandLines().size(), 5u);
+}
+
 }  // namespace
 }  // namespace Qv::Tests
