@@ -5,7 +5,7 @@ enable_testing()
 # The simulated device: one fake per shared port, the shared world, the simulated tool; each
 # area's fakes and simulated tool handlers from its sim/ folder.
 file(GLOB QV_SIM_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/sim/*.cpp
-     ${CMAKE_SOURCE_DIR}/src/areas/*/sim/*.cpp)
+     ${CMAKE_SOURCE_DIR}/src/packages/sim/*.cpp ${CMAKE_SOURCE_DIR}/src/areas/*/sim/*.cpp)
 add_library(qv_sim STATIC ${QV_SIM_SOURCES})
 target_link_libraries(qv_sim PUBLIC qv_core)
 
@@ -19,7 +19,8 @@ target_link_libraries(devicectl PRIVATE qv_native)
 target_include_directories(devicectl PRIVATE ${CMAKE_SOURCE_DIR})
 
 file(GLOB_RECURSE QV_UNIT_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/unit/*.cpp)
-file(GLOB QV_AREA_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/areas/*/test/*.cpp)
+file(GLOB QV_AREA_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/areas/*/test/*.cpp
+     ${CMAKE_SOURCE_DIR}/src/packages/test/*.cpp)
 list(APPEND QV_UNIT_TEST_SOURCES ${QV_AREA_TEST_SOURCES})
 add_executable(unit_tests ${QV_UNIT_TEST_SOURCES})
 target_link_libraries(unit_tests PRIVATE qv_native GTest::gtest GTest::gmock GTest::gtest_main)

@@ -24,3 +24,19 @@ add_custom_command(
   COMMAND ${CMAKE_COMMAND} ${qv_trust_args} -P ${CMAKE_SOURCE_DIR}/cmake/GenerateTrustTables.cmake
   DEPENDS ${qv_trust_deps}
   COMMENT "Generating the trusted-key tables")
+
+# The supported-board table of the companion launch, generated from config/boards; the test
+# builds add the boards of tests/data/test.boards.
+set(QV_BOARD_TABLE_SOURCE ${CMAKE_BINARY_DIR}/boards/SupportedBoards.cpp)
+set(qv_board_args -DBOARDS_FILE=${CMAKE_SOURCE_DIR}/config/boards/supported.boards -DOUTPUT=${QV_BOARD_TABLE_SOURCE})
+set(qv_board_deps ${CMAKE_SOURCE_DIR}/config/boards/supported.boards ${CMAKE_SOURCE_DIR}/cmake/GenerateBoardTable.cmake)
+if(QV_TEST_TRUST)
+  list(APPEND qv_board_args -DTEST_BOARDS_FILE=${CMAKE_SOURCE_DIR}/tests/data/test.boards)
+  list(APPEND qv_board_deps ${CMAKE_SOURCE_DIR}/tests/data/test.boards)
+endif()
+add_custom_command(
+  OUTPUT ${QV_BOARD_TABLE_SOURCE}
+  COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/boards
+  COMMAND ${CMAKE_COMMAND} ${qv_board_args} -P ${CMAKE_SOURCE_DIR}/cmake/GenerateBoardTable.cmake
+  DEPENDS ${qv_board_deps}
+  COMMENT "Generating the supported-board table")

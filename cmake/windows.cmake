@@ -9,7 +9,7 @@ add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WIN
 target_compile_definitions(qv_logic PRIVATE QV_BUILDING_DLL)
 
 file(GLOB QV_WINDOWS_ADAPTERS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/windows/*.cpp
-     ${CMAKE_SOURCE_DIR}/src/areas/*/windows/*.cpp)
+     ${CMAKE_SOURCE_DIR}/src/packages/windows/*.cpp ${CMAKE_SOURCE_DIR}/src/areas/*/windows/*.cpp)
 add_library(DeviceControlService SHARED
   $<TARGET_OBJECTS:qv_core>
   $<TARGET_OBJECTS:qv_logic>

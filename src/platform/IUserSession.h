@@ -26,6 +26,11 @@ public:
     virtual Result<void> RevertImpersonation() = 0;
     // %VAR% expansion with the environment of the token's user.
     virtual Result<std::wstring> ExpandForUser(UserToken token, const std::wstring& text) = 0;
+    // The other half of a split (UAC) token: the elevated token of a limited one and back.
+    virtual Result<OwnedHandle> LinkedToken(UserToken token) = 0;
+    // TOKEN_ELEVATION_TYPE: 1 no split token (a standard user, or UAC off), 2 the elevated
+    // half, 3 the limited half of an administrator's token.
+    virtual Result<int32_t> ElevationType(UserToken token) = 0;
 };
 
 }  // namespace Qv::platform

@@ -13,6 +13,7 @@
 #include "platform/INamedEvents.h"
 #include "platform/IProcessLauncher.h"
 #include "platform/IRpcCall.h"
+#include "platform/IStorePackages.h"
 #include "platform/IUserSession.h"
 #include "platform/IUuidGenerator.h"
 #include "platform/IWmi.h"
@@ -32,6 +33,7 @@ public:
     virtual IRpcCall& Rpc() = 0;
     virtual IClock& Clock() = 0;
     virtual IWmi& Wmi() = 0;
+    virtual IStorePackages& Packages() = 0;
 
     // A port that only one area uses: the area declares it beside its helper with a factory,
     // `static std::shared_ptr<Port> Make(Platform&)`, defined by its Windows adapter (the DLL)

@@ -4,12 +4,28 @@
 // areas keep state. Each area defines `Area <Name>Area()` in its rows file and is named once in
 // areas/AreaList.h.
 #include <span>
+#include <utility>
+
+#include "core/type_slots.h"
 
 #include "platform/platform.h"
 #include "service/CommandTable.h"
 #include "service/DeviceControlServiceContext.h"
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
+
+// What a hook of the service's own life is handed: the platform, and the service's slots for
+// area state that lives as long as the service (context.State<T>() is the same per session).
+// The service destroys that state, in its destructor, after the areas' lastServiceGone hooks.
+struct ServiceScope {
+    platform::Platform& platform;
+    Core::TypeSlots& areas;
+
+    template <class T, class Make>
+    T& State(Make&& make) {
+        return areas.GetOrMake<T>(std::forward<Make>(make));
+    }
+};
 
 struct Area {
     const char* name;
@@ -27,9 +43,9 @@ struct Area {
     // every thread the area started. A later service starts them again as needed.
     void (*lastServiceGone)(platform::Platform& platform) = nullptr;
     // The host's start-up task, the end of the first-run experience, a Windows session change.
-    void (*startup)(platform::Platform& platform) = nullptr;
-    void (*firstRun)(platform::Platform& platform) = nullptr;
-    void (*sessionChanged)(unsigned long event, platform::Platform& platform) = nullptr;
+    void (*startup)(ServiceScope& service) = nullptr;
+    void (*firstRun)(ServiceScope& service) = nullptr;
+    void (*sessionChanged)(unsigned long event, ServiceScope& service) = nullptr;
 };
 
 // Every area of the module, in the order of the area list (areas/Areas.cpp).

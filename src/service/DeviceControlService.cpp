@@ -33,7 +33,6 @@ std::atomic<int>& LiveServices() {
 DeviceControlService::DeviceControlService(platform::Platform& platform, const CommandTable& commands)
     : platform_(platform), commands_(commands), className_(Core::TypeName<DeviceControlService>()) {
     logger_ = LogManager::GetSystemInformationLogger();
-    launchStarted_ = 0;
     ++LiveServices();
 }
 
@@ -51,21 +50,8 @@ DeviceControlService::~DeviceControlService() {
     if (--LiveServices() == 0)
         for (const Area& area : Areas())
             if (area.lastServiceGone != nullptr) area.lastServiceGone(platform_);
-    if (timedEventThread_) {
-        {
-            std::lock_guard<std::mutex> lock(timedEventMutex_);
-            stopFlag_.store(true);
-            timedEventCondition_.notify_all();
-        }
-        if (timedEventThread_->get_id() == std::this_thread::get_id()) {
-            // Joining from the launch thread itself would deadlock; the thread ends on its own.
-            timedEventThread_->detach();
-        } else if (timedEventThread_->joinable()) {
-            timedEventThread_->join();
-        }
-        timedEventThread_.reset();
-    }
     logger_ = nullptr;
+    // The areas' service state (and the threads it owns) ends with areaState_, the last member.
 }
 
 void* DeviceControlService::operator new(size_t size) {
@@ -173,52 +159,28 @@ int DeviceControlService::ExecuteCommand(void* sessionContext, unsigned int func
 }
 
 void DeviceControlService::startup_task() {
+    ServiceScope scope{platform_, areaState_};
     for (const Area& area : Areas())
-        if (area.startup != nullptr) area.startup(platform_);
-    StartTimedEvent();
+        if (area.startup != nullptr) area.startup(scope);
 }
 
 bool DeviceControlService::oobe_event_task() {
-    oobeReceived_.store(true);
+    ServiceScope scope{platform_, areaState_};
     for (const Area& area : Areas())
-        if (area.firstRun != nullptr) area.firstRun(platform_);
+        if (area.firstRun != nullptr) area.firstRun(scope);
     return true;
 }
 
 void DeviceControlService::session_change_task(unsigned long event, void* /*data*/) {
+    ServiceScope scope{platform_, areaState_};
     for (const Area& area : Areas())
-        if (area.sessionChanged != nullptr) area.sessionChanged(event, platform_);
-    if (launchStarted_.load() != 0) return;
-    if (event == kWtsSessionLogon) {
-        logger_->LogInfo(L"DeviceControlService::sesion_change_task - WTS_SESSION_LOGON received.");
-    } else if (event == kWtsSessionUnlock) {
-        logger_->LogInfo(L"DeviceControlService::sesion_change_task - WTS_SESSION_UNLOCK received.");
-    } else {
-        return;
-    }
-    StartTimedEvent();
-}
-
-void DeviceControlService::StartTimedEvent() {
-    // The companion launch (eligibility, the user's registry flag, the timed thread) is not part
-    // of this build yet; arming it is a no-op until then.
+        if (area.sessionChanged != nullptr) area.sessionChanged(event, scope);
 }
 
 }  // namespace Qv::Bridge::Server::Services::DeviceControl
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
 
-bool DeviceControlService::ImpersonateUser() {
-    std::lock_guard<std::mutex> lock(serviceMutex_);
-    platform::IUserSession& user = platform_.User();
-    if (!user.RunningAsSystem()) return false;
-    logger_->LogInfo(L"DeviceControlService::ImpersonateUser - Running as SYSTEM, impersonating user");
-    platform::OwnedHandle token;
-    const bool impersonated =
-        UserSession(platform_).GetUserTokenForCurrentUser(token) && user.Impersonate(token.get()).Ok();
-    logger_->LogInfo(impersonated ? L"DeviceControlService::ImpersonateUser ImpersonateLoggedOnUser successful"
-                                  : L"DeviceControlService::ImpersonateUser ImpersonateLoggedOnUser failed");
-    return impersonated;
-}
+bool DeviceControlService::ImpersonateUser() { return UserSession(platform_).ImpersonateUser(); }
 
 }  // namespace Qv::Bridge::Server::Services::DeviceControl

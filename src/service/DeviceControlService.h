@@ -1,14 +1,12 @@
 #pragma once
 // The service object the host creates through QVCreateService.
-#include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <set>
-#include <thread>
 
 #include "core/logging.h"
+#include "core/type_slots.h"
 #include "platform/platform.h"
 #include "qv/QVService.h"
 #include "service/CommandTable.h"
@@ -18,11 +16,6 @@ namespace Qv::Bridge::Server::Services::DeviceControl {
 
 // Longest answer handed to the host, in wide characters including the terminator.
 constexpr size_t kMaxAnswerChars = 65536;
-
-// Windows session-change notification codes (WTS_SESSION_*).
-constexpr unsigned long kWtsSessionLogon = 5;
-constexpr unsigned long kWtsSessionLock = 7;
-constexpr unsigned long kWtsSessionUnlock = 8;
 
 class DeviceControlService : public QVService {
 public:
@@ -48,18 +41,20 @@ public:
     // The same, with the callback made only if a command uses it (the host's boundary).
     int ExecuteCommand(void* sessionContext, unsigned int functionId, wchar_t* input, wchar_t** output,
                        CallbackSource& callback);
+    // The host's notifications reach the areas' hooks (the companion launch takes them).
     void startup_task() override;
     bool oobe_event_task() override;
     void session_change_task(unsigned long event, void* data) override;
 
-    // Arms the timed companion-launch event.
-    void StartTimedEvent();
     // Impersonates the console user on this thread when the service runs as SYSTEM; the caller
     // reverts with RevertToSelf.
     bool ImpersonateUser();
 
-    bool LaunchStarted() const { return launchStarted_.load() != 0; }
-    bool OobeReceived() const { return oobeReceived_.load(); }
+    // An area's state kept for the life of this service, or null when the area made none.
+    template <class T>
+    T* FindAreaState() const {
+        return areaState_.Find<T>();
+    }
 
 private:
     platform::Platform& platform_;
@@ -70,13 +65,8 @@ private:
     std::set<DeviceControlServiceContext*> sessions_;  // started here and not yet ended
     Logging::TraceLogger* logger_ = nullptr;
     const char* className_ = nullptr;
-    std::mutex timedEventMutex_;
-    std::atomic<int32_t> launchStarted_{0};
-    std::unique_ptr<std::thread> timedEventThread_;
-    std::atomic<bool> stopFlag_{false};
-    std::condition_variable timedEventCondition_;
-    [[maybe_unused]] uint64_t timedEventReserved_ = 0;
-    std::atomic<bool> oobeReceived_{false};
+    // Last, so that it goes first: an area's threads end before the rest of the service.
+    Core::TypeSlots areaState_;
 };
 
 }  // namespace Qv::Bridge::Server::Services::DeviceControl

@@ -2,11 +2,13 @@
 // A fresh service on its own simulated device, with the log captured.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "core/logging.h"
@@ -34,6 +36,17 @@ inline void PrintTo(const Answer& answer, std::ostream* out) {
     *out << '"';
     for (wchar_t c : *answer.text) *out << (c < 0x80 ? static_cast<char>(c) : '?');
     *out << '"';
+}
+
+// Blocks until `done` holds; a test that would hang fails instead.
+template <class Predicate>
+bool WaitFor(Predicate done) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
 }
 
 // The public key of the test build's signing certificate, as DER bytes.

@@ -12,6 +12,7 @@
 #include "platform/sim/SimNamedEvents.h"
 #include "platform/sim/SimProcessLauncher.h"
 #include "platform/sim/SimRpcCall.h"
+#include "platform/sim/SimStorePackages.h"
 #include "platform/sim/SimUserSession.h"
 #include "platform/sim/SimUuidGenerator.h"
 #include "platform/sim/SimWmi.h"
@@ -32,11 +33,13 @@ public:
     platform::IRpcCall& Rpc() override { return rpc_; }
     platform::IClock& Clock() override { return clock_; }
     platform::IWmi& Wmi() override { return wmi_; }
+    platform::IStorePackages& Packages() override { return packages_; }
 
     // The fakes whose state tests drive directly.
     SimClock& SimulatedClock() { return clock_; }
     SimNamedEvents& SimulatedEvents() { return events_; }
     SimWmi& SimulatedWmi() { return wmi_; }
+    SimStorePackages& SimulatedPackages() { return packages_; }
 
     // --- arrangement ---
     void SetSignatures(const std::wstring& path, std::vector<platform::RawSignature> signatures);
@@ -105,6 +108,7 @@ private:
     SimRpcCall rpc_{world_};
     SimClock clock_;
     SimWmi wmi_;
+    SimStorePackages packages_{world_};
 };
 
 }  // namespace Qv::Sim

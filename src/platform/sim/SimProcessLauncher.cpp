@@ -1,5 +1,7 @@
 #include "platform/sim/SimProcessLauncher.h"
 
+#include <algorithm>
+
 #include "core/command_line.h"
 #include "platform/sim/SimPrograms.h"
 
@@ -9,6 +11,7 @@ namespace {
 constexpr int32_t kErrorFileNotFound = 2;
 constexpr int32_t kErrorInvalidHandle = 6;
 constexpr int32_t kErrorTimeout = 1460;
+constexpr int32_t kErrorNotFound = 1168;
 
 }  // namespace
 
@@ -92,6 +95,16 @@ platform::Result<void> SimProcessLauncher::StartPackagedApplication(platform::Us
                                                                     const std::wstring& packageFamilyName,
                                                                     const std::wstring& executable) {
     if (token == nullptr) return platform::Failure{kErrorInvalidHandle};
+    {
+        // Found as the system finds it: a package of the family installed for the user.
+        std::lock_guard<std::mutex> lock(world_.mutex);
+        const bool installed = std::any_of(world_.packages.begin(), world_.packages.end(), [&](const auto& entry) {
+            return entry.package.familyName == packageFamilyName &&
+                   std::any_of(entry.users.begin(), entry.users.end(),
+                               [&](const auto& user) { return user.userSecurityId == world_.userSecurityId; });
+        });
+        if (!installed) return platform::Failure{kErrorNotFound};
+    }
     std::lock_guard<std::mutex> lock(mutex_);
     startedPackages_.Add(packageFamilyName + L"!" + executable);
     return platform::Success();

@@ -5,6 +5,8 @@ namespace {
 
 constexpr int32_t kErrorInvalidHandle = 6;
 constexpr int32_t kErrorNoToken = 1008;
+constexpr int32_t kErrorNoSuchLogonSession = 1312;
+constexpr int32_t kElevationTypeDefault = 1;
 
 platform::OwnedHandle MakeToken(int kind) {
     return platform::OwnedHandle(new int(kind), [](void* p) { delete static_cast<int*>(p); });
@@ -51,6 +53,20 @@ platform::Result<std::wstring> SimUserSession::ExpandForUser(platform::UserToken
     if (token == nullptr) return platform::Failure{kErrorInvalidHandle};
     std::lock_guard<std::mutex> lock(world_.mutex);
     return Expand(world_.userEnvironment, text);
+}
+
+platform::Result<platform::OwnedHandle> SimUserSession::LinkedToken(platform::UserToken token) {
+    if (token == nullptr) return platform::Failure{kErrorInvalidHandle};
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    // A token without a second half (a standard user's) has no linked token.
+    if (world_.userElevationType == kElevationTypeDefault) return platform::Failure{kErrorNoSuchLogonSession};
+    return MakeToken(3);
+}
+
+platform::Result<int32_t> SimUserSession::ElevationType(platform::UserToken token) {
+    if (token == nullptr) return platform::Failure{kErrorInvalidHandle};
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    return world_.userElevationType;
 }
 
 }  // namespace Qv::Sim

@@ -18,6 +18,9 @@ public:
     platform::Result<void> Impersonate(platform::UserToken token) override;
     platform::Result<void> RevertImpersonation() override;
     platform::Result<std::wstring> ExpandForUser(platform::UserToken token, const std::wstring& text) override;
+    // The user's token is the limited half of an administrator's (3) unless the world says otherwise.
+    platform::Result<platform::OwnedHandle> LinkedToken(platform::UserToken token) override;
+    platform::Result<int32_t> ElevationType(platform::UserToken token) override;
 
 private:
     SimWorld& world_;

@@ -15,6 +15,7 @@ namespace Qv::Sim {
 struct SimFirmware {
     bool present = true;         // false: the method classes do not exist (as on other makers' machines)
     uint8_t systemMode = 4;      // what command 1 reads and command 2 writes
+    uint8_t featureByte = 0;     // what command 3 reads: non-zero on machines with the AI feature
     int32_t returnCode = 0;      // the firmware's answer to every command
     int replySize = -1;          // bytes of "Data" in a reply; -1: as many as asked
 };

@@ -1,5 +1,6 @@
 // The simulated firmware's command channel: command 1 reads the system mode (the first of the
-// output bytes), command 2 writes it (the first input byte). Like the firmware, it takes only a
+// output bytes), command 2 writes it (the first input byte), command 3 reads the feature byte
+// (the first output byte); there is no other command. Like the firmware, it takes only a
 // well-formed block: the signature "SECU", command type 90, and the method named for the size
 // of the output ("qvkBIOSInt" and the size); anything else fails the method call.
 #include "platform/sim/SimWmi.h"
@@ -11,6 +12,7 @@ constexpr int32_t kNotFound = static_cast<int32_t>(0x80041002);
 constexpr int32_t kInvalidParameter = static_cast<int32_t>(0x80041008);
 constexpr int32_t kReadCommand = 1;
 constexpr int32_t kWriteCommand = 2;
+constexpr int32_t kFeatureByteCommand = 3;
 
 }  // namespace
 
@@ -25,7 +27,8 @@ platform::FirmwareReply SimWmi::ExecuteFirmwareCommand(const platform::FirmwareR
     }
     const std::vector<uint8_t> signature{'S', 'E', 'C', 'U'};
     if (request.sign != signature || request.commandType != 90 ||
-        request.methodName != L"qvkBIOSInt" + std::to_wstring(request.outputSize)) {
+        request.methodName != L"qvkBIOSInt" + std::to_wstring(request.outputSize) ||
+        request.command < kReadCommand || request.command > kFeatureByteCommand) {
         reply.failure = platform::WmiCallFailure{"ExecuteCommand", L"IWbemServices->ExecMethod", kInvalidParameter};
         return reply;
     }
@@ -37,6 +40,7 @@ platform::FirmwareReply SimWmi::ExecuteFirmwareCommand(const platform::FirmwareR
         const size_t size = firmware_.replySize >= 0 ? static_cast<size_t>(firmware_.replySize) : request.outputSize;
         reply.data.assign(size, 0);
         if (request.command == kReadCommand && size > 0) reply.data[0] = firmware_.systemMode;
+        if (request.command == kFeatureByteCommand && size > 0) reply.data[0] = firmware_.featureByte;
     }
     return reply;
 }

@@ -16,6 +16,8 @@ SimWorld::SimWorld() {
     }
     environment[L"USERPROFILE"] = L"C:\\Windows\\system32\\config\\systemprofile";
     userEnvironment[L"USERPROFILE"] = L"C:\\Users\\Avery";
+    accounts[userSecurityId] = L"Avery";
+    accounts[L"S-1-5-18"] = L"SYSTEM";
 }
 
 std::wstring Lower(std::wstring text) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/ICodeSignatures.h"
+#include "platform/IStorePackages.h"
 #include "platform/sim/Recent.h"
 #include "platform/sim/SimTool.h"
 
@@ -35,6 +36,8 @@ struct SimWorld {
     std::map<std::wstring, std::wstring> userEnvironment;  // the signed-in user's
     bool signedIn = true;
     bool runningAsSystem = true;
+    // The signed-in user's token: 3, the limited half of an administrator's; 1, a standard user.
+    int32_t userElevationType = 3;
     bool impersonating = false;  // the client or the user, on any thread
     bool commandProcessorMissing = false;  // `system` cannot start cmd.exe: it answers -1
 
@@ -44,6 +47,17 @@ struct SimWorld {
     std::map<std::wstring, std::wstring> folderAccess;
     std::set<std::wstring> reparsePoints;
     std::wstring programDataFolder = L"C:\\ProgramData";
+
+    // The signed-in user's account and the store packages installed on the machine, with the
+    // users that have each. Without a package manager (an older system, Wine) every query fails.
+    std::wstring userSecurityId = L"S-1-5-21-2079104543-3203125434-1873629513-1001";
+    std::map<std::wstring, std::wstring> accounts;  // SID text -> account name
+    struct Package {
+        platform::StorePackage package;
+        std::vector<platform::PackageUser> users;
+    };
+    std::vector<Package> packages;
+    bool packageManagerAvailable = true;
 
     SimTool tool;
 };

@@ -8,6 +8,7 @@
 #include "platform/windows/WinNamedEvents.h"
 #include "platform/windows/WinProcessLauncher.h"
 #include "platform/windows/WinRpcCall.h"
+#include "platform/windows/WinStorePackages.h"
 #include "platform/windows/WinUserSession.h"
 #include "platform/windows/WinUuidGenerator.h"
 #include "platform/windows/WinWmi.h"
@@ -25,6 +26,7 @@ public:
     IRpcCall& Rpc() override { return rpc_; }
     IClock& Clock() override { return clock_; }
     IWmi& Wmi() override { return wmi_; }
+    IStorePackages& Packages() override { return packages_; }
 
 private:
     WinUuidGenerator uuids_;
@@ -36,6 +38,7 @@ private:
     WinRpcCall rpc_;
     WinClock clock_;
     WinWmi wmi_;
+    WinStorePackages packages_;
 };
 
 }  // namespace Qv::platform::windows

@@ -112,4 +112,22 @@ Result<std::wstring> WinUserSession::ExpandForUser(UserToken token, const std::w
     return std::wstring(buffer.data());
 }
 
+Result<OwnedHandle> WinUserSession::LinkedToken(UserToken token) {
+    TOKEN_LINKED_TOKEN linked{};
+    DWORD size = 0;
+    if (!GetTokenInformation(static_cast<HANDLE>(token), TokenLinkedToken, &linked, sizeof(linked), &size))
+        return LastError();
+    unique_handle owned(linked.LinkedToken);
+    if (!owned) return Failure{ERROR_INVALID_HANDLE};
+    return share_handle(std::move(owned));
+}
+
+Result<int32_t> WinUserSession::ElevationType(UserToken token) {
+    TOKEN_ELEVATION_TYPE type{};
+    DWORD size = 0;
+    if (!GetTokenInformation(static_cast<HANDLE>(token), TokenElevationType, &type, sizeof(type), &size))
+        return LastError();
+    return static_cast<int32_t>(type);
+}
+
 }  // namespace Qv::platform::windows

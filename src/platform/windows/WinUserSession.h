@@ -16,6 +16,8 @@ public:
     Result<void> Impersonate(UserToken token) override;
     Result<void> RevertImpersonation() override;
     Result<std::wstring> ExpandForUser(UserToken token, const std::wstring& text) override;
+    Result<OwnedHandle> LinkedToken(UserToken token) override;
+    Result<int32_t> ElevationType(UserToken token) override;
 };
 
 }  // namespace Qv::platform::windows

@@ -1,6 +1,7 @@
 #include "shared/user/UserSession.h"
 
 #include <algorithm>
+#include <mutex>
 
 #include "core/logging.h"
 #include "core/strings.h"
@@ -14,11 +15,20 @@ UserSession::UserSession() : UserSession(platform::Current()) {}
 UserSession::UserSession(platform::Platform& platform) : platform_(platform) {}
 
 bool UserSession::GetUserTokenForCurrentUser(platform::OwnedHandle& token) {
+    auto found = UserToken();
+    if (!found) return false;
+    token = *found;
+    return true;
+}
+
+platform::Result<platform::OwnedHandle> UserSession::UserToken() {
+    constexpr int32_t kErrorNoToken = 1008;
+    constexpr int32_t kErrorProcNotFound = 127;
     auto* logger = LogManager::GetLogger();
     platform::IUserSession& user = platform_.User();
     if (!user.SessionApiAvailable()) {
         logger->LogError(L"Problem in GetUserTokenForCurrentUser. Dependencies is not available in this platform.");
-        return false;
+        return platform::Failure{kErrorProcNotFound};
     }
     logger->LogInfo(L"Attempting to impersonate logged in user.");
     uint32_t session = user.ActiveConsoleSessionId();
@@ -27,20 +37,19 @@ bool UserSession::GetUserTokenForCurrentUser(platform::OwnedHandle& token) {
         logger->LogError(
             L"Problem while detecting active console session ID. This could be caused if the business logic ran while "
             L"the user was not logged in.");
-        return false;
+        return platform::Failure{kErrorNoToken};
     }
     auto sessionToken = user.QueryUserToken(session);
     if (!sessionToken) {
         logger->LogError(L"Problem while querying user's access token. Error code: %d", sessionToken.Status());
-        return false;
+        return platform::Failure{sessionToken.Status()};
     }
     auto primary = user.DuplicatePrimaryToken(sessionToken->get());
     if (!primary) {
         logger->LogError(L"Problem while duplicating the user's access token.");
-        return false;
+        return platform::Failure{primary.Status()};
     }
-    token = *primary;
-    return true;
+    return *primary;
 }
 
 std::wstring UserSession::ExpandForUser(const std::wstring& path) {
@@ -94,6 +103,27 @@ bool UserSession::RunAsUserAndCapture(const std::wstring& applicationPath, const
     if (lineEnd != std::wstring::npos) text.resize(lineEnd);
     output = text;
     return true;
+}
+
+bool UserSession::ImpersonateUser() {
+    // One impersonation step at a time across the service, as the service's own mutex did.
+    static std::mutex serviceMutex;
+    std::lock_guard<std::mutex> lock(serviceMutex);
+    auto* logger = LogManager::GetSystemInformationLogger();
+    platform::IUserSession& user = platform_.User();
+    if (!user.RunningAsSystem()) return false;
+    logger->LogInfo(L"DeviceControlService::ImpersonateUser - Running as SYSTEM, impersonating user");
+    platform::OwnedHandle token;
+    const bool impersonated = GetUserTokenForCurrentUser(token) && user.Impersonate(token.get()).Ok();
+    logger->LogInfo(impersonated ? L"DeviceControlService::ImpersonateUser ImpersonateLoggedOnUser successful"
+                                 : L"DeviceControlService::ImpersonateUser ImpersonateLoggedOnUser failed");
+    return impersonated;
+}
+
+bool UserSession::Revert() {
+    if (platform_.User().RevertImpersonation()) return true;
+    LogManager::GetLogger()->LogError(L"Problem while reverting the impersonation.");
+    return false;
 }
 
 bool UserSession::StartPackagedApplication(const std::wstring& packageFamilyName, const std::wstring& executable) {

@@ -19,6 +19,8 @@ public:
 
     // The primary token of the user of the active console session; false (logged) when there is none.
     bool GetUserTokenForCurrentUser(platform::OwnedHandle& token);
+    // The same, with the system's status of a failure (ERROR_NO_TOKEN when there is no session).
+    platform::Result<platform::OwnedHandle> UserToken();
     // The path with the user's environment variables expanded, made absolute; empty on failure.
     std::wstring ExpandForUser(const std::wstring& path);
     // Full path of `fileName` in the module's own folder, or in the fallback folder when it is not there.
@@ -28,6 +30,11 @@ public:
     // Runs the command line as the user, waits, and gives back the first line of its output.
     bool RunAsUserAndCapture(const std::wstring& applicationPath, const std::wstring& commandLine,
                              std::wstring& output);
+    // Impersonates the console user on this thread when the service runs as SYSTEM (logged as the
+    // service's own step); the same thread ends it with Revert().
+    bool ImpersonateUser();
+    // Ends this thread's impersonation; a failure is logged and answered false.
+    bool Revert();
     // Starts a store application's executable as the user.
     bool StartPackagedApplication(const std::wstring& packageFamilyName, const std::wstring& executable);
 

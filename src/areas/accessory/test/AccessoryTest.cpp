@@ -166,8 +166,14 @@ TEST_F(AccessoryTest, UserSessionKindsAndPaths) {
     EXPECT_EQ(paths.GeneralForm(L""), L"");
     EXPECT_TRUE(log->Contains(L"UserPaths.GeneralForm failed on function GetFullPathNameW with result 123"));
 
+    // Only a package the user has can be started.
+    EXPECT_FALSE(user.StartPackagedApplication(L"5E0C2A91.LumenCenter_k4m2x9trq7bw3", L"LumenCenter.exe"));
+    device.SimulatedPackages().Install(
+        Sim::SimStorePackages::Package(L"5E0C2A91.LumenCenter_k4m2x9trq7bw3", L"1.0.0.0"),
+        {L"S-1-5-21-2079104543-3203125434-1873629513-1001"});
     EXPECT_TRUE(user.StartPackagedApplication(L"5E0C2A91.LumenCenter_k4m2x9trq7bw3", L"LumenCenter.exe"));
-    EXPECT_EQ(device.StartedPackages().size(), 1u);
+    EXPECT_EQ(device.StartedPackages(),
+              std::vector<std::wstring>{L"5E0C2A91.LumenCenter_k4m2x9trq7bw3!LumenCenter.exe"});
 }
 
 }  // namespace

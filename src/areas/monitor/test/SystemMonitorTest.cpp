@@ -21,17 +21,6 @@ namespace {
 using namespace Bridge::Server::Services::DeviceControl;
 using platform::IBattery;
 
-// Blocks until `done` holds; a test that would hang fails instead.
-template <class Predicate>
-bool WaitFor(Predicate done) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
-
 // Command 31 held open on a thread of its own, as a host thread carries it.
 class Subscription {
 public:
