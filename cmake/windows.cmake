@@ -138,7 +138,7 @@ add_test(NAME c_host_unload_waiting COMMAND c_host unload-waiting 25)
 add_test(NAME c_host_seh_callback COMMAND c_host seh-callback)
 
 # The exported security classes, imported from the DLL.
-add_executable(windows_security_tests tests/windows/TrustTest.cpp $<TARGET_OBJECTS:qv_core>)
+add_executable(windows_security_tests tests/windows/TrustTest.cpp tests/windows/PackagesTest.cpp $<TARGET_OBJECTS:qv_core>)
 target_include_directories(windows_security_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
 target_compile_definitions(windows_security_tests PRIVATE QV_USING_DLL)
 target_link_libraries(windows_security_tests PRIVATE qv_core DeviceControlService gtest gmock gtest_main)

@@ -8,6 +8,8 @@
 #include <string>
 
 #include "ServiceDll.h"
+
+#include <tlhelp32.h>
 #include "core/strings.h"
 #include "areas/monitor/MonitorSession.h"
 #include "service/DeviceControlServiceContext.h"
@@ -163,6 +165,33 @@ TEST_F(ServiceDllTest, BatterySubscriptionFailsWhereThePowerManagerIsMissing) {
     EXPECT_NE(ServiceDll::Get().LogText().find("the power manager is not available, HRESULT 0x80040154"),
               std::string::npos);
     EXPECT_EQ(service->EndSession(&session), 0);
+}
+
+// The threads of this process, counted from a system snapshot.
+size_t ProcessThreads() {
+    platform::windows::unique_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof(entry);
+    size_t count = 0;
+    for (BOOL more = Thread32First(snapshot.get(), &entry); more; more = Thread32Next(snapshot.get(), &entry))
+        if (entry.th32OwnerProcessID == GetCurrentProcessId()) ++count;
+    return count;
+}
+
+TEST_F(ServiceDllTest, StartupOnABoardThatIsNotListedStartsNoThread) {
+    // Wine's board is in no list and its firmware has no command channel: the launch is settled
+    // at start-up, and the logon that follows does nothing.
+    const size_t threads = ProcessThreads();
+    service->OobeEventTask();
+    service->StartupTask();
+    service->SessionChangeTask(5, nullptr);
+    EXPECT_EQ(ProcessThreads(), threads);
+    const std::string log = ServiceDll::Get().LogText();
+    EXPECT_NE(log.find("DeviceControlService::IsAIPC - Failed to read feature byte"), std::string::npos);
+    EXPECT_NE(log.find("DeviceControlService::IsAppSupportedOnDevice - System ID is not supported"), std::string::npos);
+    EXPECT_NE(log.find("DeviceControlService - App not supported on device."), std::string::npos);
+    EXPECT_EQ(log.find("WTS_SESSION_LOGON received."), std::string::npos);
+    EXPECT_EQ(log.find("Waiting initial 5 minutes"), std::string::npos);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include "platform/windows/WinStorePackages.h"
 
 #include <windows.h>
-#include <activation.h>
+#include <roapi.h>
 #include <sddl.h>
 
 #include <vector>
@@ -29,12 +29,12 @@ std::wstring Take(HSTRING text) {
 
 // A new package manager; the runtime must be on the thread (RuntimeScope) while it is used.
 HRESULT ActivatePackageManager(com_ptr<rt::IPackageManager>& manager) {
-    com_ptr<IActivationFactory> factory;
-    HRESULT hr = rt::ActivationFactory(rt::kPackageManagerClass, IID_IActivationFactory,
-                                       reinterpret_cast<void**>(factory.put()));
-    if (FAILED(hr)) return hr;
+    // The class has a default constructor: RoActivateInstance, then its default interface.
+    const std::wstring className = rt::kPackageManagerClass;
+    const rt::StringReference name(className);
     com_ptr<IInspectable> instance;
-    if (FAILED(hr = factory.get()->ActivateInstance(instance.put()))) return hr;
+    HRESULT hr = RoActivateInstance(name.get(), instance.put());
+    if (FAILED(hr)) return hr;
     return instance.get()->QueryInterface(rt::IID_IPackageManager, reinterpret_cast<void**>(manager.put()));
 }
 
