@@ -112,6 +112,11 @@ QV_API unsigned int QVDescribeDevice(wchar_t* buffer, unsigned int capacity);
 /* The experience modes built for this machine, as a compact JSON array of {"ModeName",
  * "Commands": [{"Type", "Parameter", "ParameterKey", "Order"}]}; the same buffer rule. */
 QV_API unsigned int QVDescribeModes(wchar_t* buffer, unsigned int capacity);
+/* Why the companion application will or will not be started on this machine: a compact JSON
+ * object with "featureByte", "board", "boardListed", "eligible", "realUserSession", "package",
+ * "launchedAlready", "launchStarted", "wait", "remainingSeconds" and "verdict". `service` (from
+ * QVCreateService, or null) gives the wait it has armed; nothing is armed. The same buffer rule. */
+QV_API unsigned int QVDescribeLaunch(QVServiceObject* service, wchar_t* buffer, unsigned int capacity);
 
 #ifdef __cplusplus
 }

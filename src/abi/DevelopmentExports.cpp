@@ -3,7 +3,11 @@
 #include <cstring>
 #include <vector>
 
+#include "abi/ServiceBoundary.h"
+#include "areas/companion-launch/CompanionLaunch.h"
 #include "core/json.h"
+#include "core/strings.h"
+#include "service/DeviceControlService.h"
 #include "areas/device-info/DeviceInfoHelper.h"
 #include "areas/expmodes/ExpModesHelper.h"
 #include "qv/QVServiceAbi.h"
@@ -81,4 +85,37 @@ extern "C" QV_API unsigned int QVDescribeDevice(wchar_t* buffer, unsigned int ca
     add(L"serialNumber", device.GetSerialNumber());
     summary.AddMember(L"installedMemory", static_cast<uint64_t>(device.GetInstalledRAM()), allocator);
     return CopyOut(Qv::Json::Serialize(summary), buffer, capacity);
+}
+
+// Why the companion application will or will not be started: every check of the launch, and
+// the wait of `service` (an object from QVCreateService) when it has armed one. Nothing is armed.
+extern "C" QV_API unsigned int QVDescribeLaunch(QVServiceObject* service, wchar_t* buffer, unsigned int capacity) {
+    using namespace Qv::Bridge::Server::Services::DeviceControl;
+    LaunchStatus status;
+    auto* running = Qv::Abi::ServiceOf(service);
+    CompanionLaunch* launch = running != nullptr ? running->FindAreaState<CompanionLaunch>() : nullptr;
+    if (launch != nullptr) {
+        status = launch->Describe();
+    } else {
+        CompanionLaunch probe(Qv::platform::Current());
+        status = probe.Describe();
+    }
+    Qv::Json::Document answer;
+    auto& allocator = answer.GetAllocator();
+    answer.SetObject();
+    const auto text = [&](const wchar_t* key, const std::wstring& value) {
+        answer.AddMember(Qv::Json::Value(key, allocator), Qv::Json::Value(value.c_str(), allocator), allocator);
+    };
+    answer.AddMember(L"featureByte", status.featureByte, allocator);
+    text(L"board", status.board);
+    answer.AddMember(L"boardListed", status.boardListed, allocator);
+    answer.AddMember(L"eligible", status.eligible, allocator);
+    answer.AddMember(L"realUserSession", status.realUserSession, allocator);
+    text(L"package", status.package);
+    answer.AddMember(L"launchedAlready", status.launchedAlready, allocator);
+    answer.AddMember(L"launchStarted", status.launchStarted, allocator);
+    text(L"wait", Qv::Core::Widen(status.phase));
+    answer.AddMember(L"remainingSeconds", static_cast<uint64_t>(status.remainingMilliseconds / 1000), allocator);
+    text(L"verdict", Qv::Core::Widen(status.verdict));
+    return CopyOut(Qv::Json::Serialize(answer), buffer, capacity);
 }

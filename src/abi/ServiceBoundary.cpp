@@ -5,6 +5,7 @@
 #include <new>
 
 #include "abi/HostCallback.h"
+#include "abi/ServiceBoundary.h"
 #include "core/logging.h"
 #include "core/status.h"
 #include "qv/QVServiceAbi.h"
@@ -99,6 +100,11 @@ constexpr QVServiceSlots kSlots{&DeletingDestructor, &StartSession,  &EndSession
                                 &OobeEventTask,      &SessionChangeTask, &ReservedHook10};
 
 }  // namespace
+
+Bridge::Server::Services::DeviceControl::DeviceControlService* ServiceOf(QVServiceObject* object) {
+    return object != nullptr ? reinterpret_cast<BoundaryService*>(object)->service : nullptr;
+}
+
 }  // namespace Qv::Abi
 
 extern "C" QV_API QVServiceObject* QVCreateService() {

@@ -92,6 +92,17 @@ info=$(run info)
 check "info: the processor" 1 "$(grep -c '^processor: *[^ (]' <<<"$info")"
 check "info: the installed memory" 1 "$(grep -c '^installed memory: [1-9][0-9]* bytes' <<<"$info")"
 
+# The companion launch: Wine's board is in no list and its firmware cannot be asked.
+launch=$(run launch-status start); rc=$?
+check "launch-status exits 0" 0 "$rc"
+check "launch-status: the firmware" 1 "$(grep -c '^feature byte: *(the firmware cannot be asked)' <<<"$launch")"
+check "launch-status: the board is not listed" 1 "$(grep -c '^board: .*(not listed)$' <<<"$launch")"
+check "launch-status: no wait was armed" "wait:              none" "$(grep '^wait:' <<<"$launch")"
+check "launch-status: the verdict" \
+  "verdict:           not started: this machine has neither the feature byte nor a listed board" \
+  "$(grep '^verdict:' <<<"$launch")"
+run launch-status now >/dev/null 2>&1; check "launch-status takes only start" 2 "$?"
+
 # Device status events through devicectl.exe subscribe.
 out=$(run subscribe 1002 --threshold 0 --for 1 2>&1)
 check "subscribe: one low-memory event" 1 "$(grep -c '^event: {"eventId":1002,"memoryInUse":[0-9]*}$' <<<"$out")"

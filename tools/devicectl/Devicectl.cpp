@@ -12,6 +12,7 @@
 #include "tools/devicectl/Modes.h"
 #include "tools/devicectl/Host.h"
 #include "tools/devicectl/Info.h"
+#include "tools/devicectl/Launch.h"
 #include "tools/devicectl/ServiceModule.h"
 #include "tools/devicectl/Subscribe.h"
 
@@ -26,6 +27,7 @@ const char* const kUsage =
     "       devicectl [options] audio\n"
     "       devicectl [options] display\n"
     "       devicectl [options] modes | mode NAME [PICKS] | restore\n"
+    "       devicectl [options] launch-status [start]\n"
     "       devicectl [options] subscribe <1001|1002> [--threshold N] [--for SECONDS] [--memory-load N,N,...]\n"
     "\n"
     "  call      start a session, run one command, print the answer, end the session.\n"
@@ -40,6 +42,10 @@ const char* const kUsage =
     "  modes     the experience modes of this machine and their commands; mode NAME applies one\n"
     "            (PICKS: only the commands at these positions, \"1,3\"); restore puts back what\n"
     "            the last mode changed.\n"
+    "  launch-status  whether the companion application will be started on this machine, and why:\n"
+    "            eligibility (feature byte, board), a real user signed in, the package installed for\n"
+    "            the user, launched already; \"start\" first runs the host's start-up task on the\n"
+    "            service and shows the wait it armed (ended when devicectl exits).\n"
     "  subscribe device status events (1001 battery, 1002 low memory): command 31 on one thread,\n"
     "            each event printed as it arrives; after --for SECONDS (default 10) or Ctrl-C,\n"
     "            command 32 on another thread of the same session, then 31's answer.\n"
@@ -236,7 +242,8 @@ int Run(const std::vector<std::wstring>& args) {
 
     const std::wstring& verb = words[0];
     if (verb != L"call" && verb != L"commands" && verb != L"script" && verb != L"subscribe" && verb != L"info" &&
-        verb != L"audio" && verb != L"display" && verb != L"modes" && verb != L"mode" && verb != L"restore")
+        verb != L"audio" && verb != L"display" && verb != L"modes" && verb != L"mode" && verb != L"restore" &&
+        verb != L"launch-status")
         return Usage("unknown command '" + Core::Narrow(verb) + "'");
     if ((verb == L"commands" || verb == L"info" || verb == L"audio" || verb == L"display" || verb == L"modes" ||
          verb == L"restore") &&
@@ -246,6 +253,8 @@ int Run(const std::vector<std::wstring>& args) {
         return Usage("'call' takes a command and an optional JSON text");
     if (verb == L"mode" && (words.size() < 2 || words.size() > 3)) return Usage("'mode' takes a name and optional picks");
     if (verb == L"script" && words.size() > 2) return Usage("'script' takes at most one file");
+    if (verb == L"launch-status" && (words.size() > 2 || (words.size() == 2 && words[1] != L"start")))
+        return Usage("'launch-status' takes nothing, or \"start\"");
     if (subscribeOptions && verb != L"subscribe")
         return Usage("--threshold, --for and --memory-load are options of 'subscribe'");
     if (verb == L"subscribe") {
@@ -263,6 +272,7 @@ int Run(const std::vector<std::wstring>& args) {
     }
     if (verb == L"commands") return ListCommands(*module);
     if (verb == L"info") return ShowDeviceInfo(*module);
+    if (verb == L"launch-status") return ShowLaunchStatus(*module, words.size() == 2);
     if (verb == L"audio") return ShowAudio(*module, clientId);
     if (verb == L"display") return ShowDisplay(*module, clientId);
     if (verb == L"modes") return ShowModes(*module);

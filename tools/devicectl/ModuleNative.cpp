@@ -29,6 +29,11 @@ public:
     QVServiceObject* CreateService() override { return QVCreateService(); }
     std::wstring DescribeDevice() override { return Text(&QVDescribeDevice); }
     std::wstring DescribeModes() override { return Text(&QVDescribeModes); }
+    std::wstring DescribeLaunch(QVServiceObject* service) override {
+        std::wstring text(QVDescribeLaunch(service, nullptr, 0), L'\0');
+        text.resize(QVDescribeLaunch(service, text.data(), static_cast<unsigned int>(text.size())) - 1);
+        return text;
+    }
     static std::wstring Text(unsigned int (*describe)(wchar_t*, unsigned int)) {
         std::wstring text(describe(nullptr, 0), L'\0');
         text.resize(describe(text.data(), static_cast<unsigned int>(text.size())) - 1);
@@ -70,6 +75,11 @@ std::unique_ptr<ServiceModule> LoadServiceModule(const ModuleOptions& options, s
         device->InstallTool(Bridge::Security::ParsePublicKey(trusted.front().publicKey));
         device->InstallSigned(L"QVDC.dll", Bridge::Security::ParsePublicKey(trusted.front().publicKey));
     }
+    // The companion application is installed for the signed-in user (who has not launched it).
+    device->WithWorld([](Sim::SimWorld& world) {
+        world.packages.push_back(
+            {Sim::SimStorePackages::Package(L"5E0C2A91.LumenCenter_k4m2x9trq7bw3", L"3.1.0.0"), {{world.userSecurityId, 2}}});
+    });
     platform::Install(device);
     if (!options.logFile.empty()) {
         auto sink = std::make_shared<Bridge::Logging::FileLogSink>(Core::Narrow(options.logFile));

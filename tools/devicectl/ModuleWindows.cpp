@@ -16,12 +16,13 @@ namespace {
 using CreateServiceFn = QVServiceObject* (*)();
 using DescribeCommandsFn = const QVCommandInfo* (*)(unsigned int*);
 using DescribeDeviceFn = unsigned int (*)(wchar_t*, unsigned int);
+using DescribeLaunchFn = unsigned int (*)(QVServiceObject*, wchar_t*, unsigned int);
 
 class DllModule : public ServiceModule {
 public:
     DllModule(HMODULE module, CreateServiceFn create, DescribeCommandsFn describe, DescribeDeviceFn device,
-              DescribeDeviceFn modes)
-        : module_(module), create_(create), describe_(describe), device_(device), modes_(modes) {}
+              DescribeDeviceFn modes, DescribeLaunchFn launch)
+        : module_(module), create_(create), describe_(describe), device_(device), modes_(modes), launch_(launch) {}
     // The module stays loaded until devicectl exits, as in the host.
 
     QVServiceObject* CreateService() override { return create_(); }
@@ -33,6 +34,12 @@ public:
     }
     std::wstring DescribeDevice() override { return Text(device_); }
     std::wstring DescribeModes() override { return Text(modes_); }
+    std::wstring DescribeLaunch(QVServiceObject* service) override {
+        if (launch_ == nullptr) return {};
+        std::wstring text(launch_(service, nullptr, 0), L'\0');
+        text.resize(launch_(service, text.data(), static_cast<unsigned int>(text.size())) - 1);
+        return text;
+    }
 
 private:
     HMODULE module_;
@@ -40,6 +47,7 @@ private:
     DescribeCommandsFn describe_;
     DescribeDeviceFn device_;
     DescribeDeviceFn modes_;
+    DescribeLaunchFn launch_;
 
     static std::wstring Text(DescribeDeviceFn describe) {
         if (describe == nullptr) return {};
@@ -81,7 +89,8 @@ std::unique_ptr<ServiceModule> LoadServiceModule(const ModuleOptions& options, s
     auto describe = platform::windows::proc_address<DescribeCommandsFn>(module, "QVDescribeCommands");
     auto device = platform::windows::proc_address<DescribeDeviceFn>(module, "QVDescribeDevice");
     auto modes = platform::windows::proc_address<DescribeDeviceFn>(module, "QVDescribeModes");
-    return std::make_unique<DllModule>(module, create, describe, device, modes);
+    auto launch = platform::windows::proc_address<DescribeLaunchFn>(module, "QVDescribeLaunch");
+    return std::make_unique<DllModule>(module, create, describe, device, modes, launch);
 }
 
 }  // namespace Qv::Devicectl

@@ -133,6 +133,45 @@ const char* CompanionLaunch::PhaseName(Phase phase) {
     return "none";
 }
 
+LaunchStatus CompanionLaunch::Describe() {
+    LaunchStatus status;
+    FirmwareCommandClient firmware(platform_, "DeviceControlService");
+    uint8_t output[4] = {};
+    uint32_t returnCode = 0;
+    if (firmware.ExecuteCommand(kFeatureByteCommand, FirmwareCommandClient::kCommandType, 0, nullptr, sizeof output,
+                                output, returnCode) >= 0 &&
+        returnCode == 0)
+        status.featureByte = output[0];
+    status.board = GetSysId();
+    status.boardListed = !status.board.empty() && IsSysIdSupported();
+    status.eligible = status.featureByte > 0 || status.boardListed;
+    status.realUserSession = UserSession(platform_).IsRealUserSession();
+    status.package = FindCompanionPackage();
+    status.launchedAlready = CheckAppLaunched();
+    status.launchStarted = LaunchStarted();
+    status.phase = PhaseName(CurrentPhase());
+    status.remainingMilliseconds = RemainingMilliseconds();
+
+    const Phase phase = CurrentPhase();
+    if (phase == Phase::InitialWait || phase == Phase::FirstRunWait)
+        status.verdict = "waiting: the companion application starts when the wait ends";
+    else if (phase == Phase::Starting || phase == Phase::Finished)
+        status.verdict = "the launch has run on this service";
+    else if (!status.eligible)
+        status.verdict = "not started: this machine has neither the feature byte nor a listed board";
+    else if (!status.realUserSession)
+        status.verdict = "not yet: no real user is signed in; the next logon or unlock tries again";
+    else if (status.package.empty())
+        status.verdict = "not started: the companion package is not installed for the user";
+    else if (status.launchedAlready)
+        status.verdict = "not started: the user has launched it already";
+    else if (status.launchStarted)
+        status.verdict = "not started: this service has settled the launch already";
+    else
+        status.verdict = "will start: 5 minutes after start-up (55 more after the first-run experience)";
+    return status;
+}
+
 bool CompanionLaunch::IsAppSupportedOnDevice() {
     if (IsAIPC()) {
         logger_->LogInfo(L"DeviceControlService::IsAppSupportedOnDevice - Expected FB present");

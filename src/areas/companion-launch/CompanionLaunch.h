@@ -18,6 +18,21 @@ constexpr unsigned long kWtsSessionLogon = 5;
 constexpr unsigned long kWtsSessionLock = 7;
 constexpr unsigned long kWtsSessionUnlock = 8;
 
+// Why the companion application will or will not be started on this machine, for a person.
+struct LaunchStatus {
+    int featureByte = -1;  // -1: the firmware could not be asked
+    std::wstring board;    // empty: unknown
+    bool boardListed = false;
+    bool eligible = false;
+    bool realUserSession = false;
+    std::wstring package;  // the user's companion package; empty: not installed
+    bool launchedAlready = false;
+    bool launchStarted = false;  // armed, or settled for good, on this service
+    std::string phase;           // the launch thread's wait: "none", "initial wait", ...
+    uint64_t remainingMilliseconds = 0;
+    std::string verdict;
+};
+
 class CompanionLaunch {
 public:
     static constexpr const wchar_t* kPackageFamilyName = L"5E0C2A91.LumenCenter_k4m2x9trq7bw3";
@@ -57,6 +72,8 @@ public:
     // Milliseconds left of the wait in progress (0 when none).
     uint64_t RemainingMilliseconds();
     static const char* PhaseName(Phase phase);
+    // Every check of StartTimedEvent, without arming anything, and this object's wait.
+    LaunchStatus Describe();
 
 private:
     void Run();

@@ -1,5 +1,7 @@
 #include "shared/user/UserPaths.h"
 
+#include <cstdint>
+
 #include "core/logging.h"
 #include "core/null_checker.h"
 #include "core/strings.h"
@@ -12,6 +14,11 @@ std::wstring UserPaths::GeneralForm(const wchar_t* filePath, platform::UserToken
     const char* className = Core::TypeName<UserPaths>();
 
     std::wstring expanded;
+    // INVALID_HANDLE_VALUE (all bits set) is a process handle that was never opened.
+    if (token == reinterpret_cast<platform::UserToken>(~static_cast<uintptr_t>(0))) {
+        logger->LogError(L"process_handle is NULL or INVALID_HANDLE_VALUE");
+        return {};
+    }
     if (token != nullptr) {
         auto forUser = platform_.User().ExpandForUser(token, filePath);
         if (!forUser) {

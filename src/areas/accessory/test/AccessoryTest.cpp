@@ -162,6 +162,8 @@ TEST_F(AccessoryTest, UserSessionKindsAndPaths) {
     EXPECT_TRUE(log->Contains(L"GetFullPathName: [C:\\Users\\x.dll]"));
     EXPECT_EQ(paths.GeneralForm(L"%ProgramData%\\x", reinterpret_cast<platform::UserToken>(0x44)), L"C:\\ProgramData\\x");
     EXPECT_EQ(paths.GeneralForm(nullptr), L"");
+    EXPECT_EQ(paths.GeneralForm(L"%ProgramData%\\x", reinterpret_cast<platform::UserToken>(~uintptr_t{0})), L"");
+    EXPECT_TRUE(log->Contains(L"process_handle is NULL or INVALID_HANDLE_VALUE"));
     EXPECT_EQ(log->Count(LogLevel::Warning, L"filePath cannot be null"), 1u);
     EXPECT_EQ(paths.GeneralForm(L""), L"");
     EXPECT_TRUE(log->Contains(L"UserPaths.GeneralForm failed on function GetFullPathNameW with result 123"));

@@ -3,6 +3,10 @@
 #include "areas/companion-launch/sim/SimUserRegistry.h"
 #include "unit/ServiceFixture.h"
 
+#include <atomic>
+#include <thread>
+#include <vector>
+
 namespace Qv::Tests {
 namespace {
 
@@ -268,6 +272,41 @@ TEST_F(CompanionLaunchTest, NothingToStartWithoutThePackage) {
     EXPECT_TRUE(log->Contains(L"DeviceControlService.FindCompanionPackage - failed on function "
                               L"PackageManager->FindPackagesForUser with HRESULT 0x80040154"));
     EXPECT_EQ(Clock().Sleepers(), 0u);
+}
+
+TEST_F(CompanionLaunchTest, NotificationsRacingEachOtherAndTheEndOfTheService) {
+    // Host threads deliver start-up, first-run and session notifications at once while the clock
+    // runs on; then the service is destroyed with the launch wherever it has got to. One launch
+    // thread at most, none left behind (ThreadSanitizer runs this too).
+    for (int round = 0; round < 20; ++round) {
+        service = std::make_unique<DeviceControlService>(device);
+        std::atomic<bool> ticking{true};
+        std::thread clock([&] {
+            while (ticking.load()) {
+                Clock().Advance(kMinute);
+                std::this_thread::yield();
+            }
+        });
+        std::vector<std::thread> hosts;
+        for (int i = 0; i < 4; ++i) {
+            hosts.emplace_back([&, i] {
+                for (int n = 0; n < 5; ++n) {
+                    if (i == 0) service->startup_task();
+                    if (i == 1) service->oobe_event_task();
+                    if (i == 2) service->session_change_task(kWtsSessionLogon, nullptr);
+                    if (i == 3) service->session_change_task(kWtsSessionUnlock, nullptr);
+                }
+            });
+        }
+        for (auto& host : hosts) host.join();
+        if (round % 2 == 0) ticking.store(false);
+        service.reset();
+        ticking.store(false);
+        clock.join();
+        EXPECT_LE(log->Count(LogLevel::Info, L"DeviceControlService - Waiting to start Lumen App."), 1u) << round;
+        EXPECT_EQ(Clock().Sleepers(), 0u) << round;
+        log->Clear();
+    }
 }
 
 }  // namespace
