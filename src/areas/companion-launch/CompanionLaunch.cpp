@@ -45,7 +45,7 @@ void CompanionLaunch::StartTimedEvent() {
     try {
         if (!IsAppSupportedOnDevice()) {
             logger_->LogInfo(L"DeviceControlService - App not supported on device.");
-            launchStarted_.store(1);
+            launchStarted_.store(1);  // settled for good: later notifications do nothing
             return;
         }
         const bool realUser = UserSession(platform_).IsRealUserSession();
