@@ -1,19 +1,10 @@
 # Turns the board lists into the C++ source of the supported-board table.
 #   cmake -DBOARDS_FILE=... -DOUTPUT=... [-DTEST_BOARDS_FILE=...] -P GenerateBoardTable.cmake
 # TEST_BOARDS_FILE is given only by the test builds.
+include(${CMAKE_CURRENT_LIST_DIR}/ConfigList.cmake)
 function(read_boards file out_var)
-  set(boards "")
-  file(STRINGS "${file}" lines)
-  foreach(line IN LISTS lines)
-    string(STRIP "${line}" line)
-    if(line STREQUAL "" OR line MATCHES "^#")
-      continue()
-    endif()
-    if(NOT line MATCHES "^[0-9A-F][0-9A-F][0-9A-F][0-9A-F]$")
-      message(FATAL_ERROR "${file}: not a board identifier (four upper-case hexadecimal digits): ${line}")
-    endif()
-    list(APPEND boards "${line}")
-  endforeach()
+  qv_read_config_list("${file}" "^[0-9A-F][0-9A-F][0-9A-F][0-9A-F]$"
+                      "a board identifier (four upper-case hexadecimal digits)" boards)
   set(${out_var} "${boards}" PARENT_SCOPE)
 endfunction()
 

@@ -2,21 +2,10 @@
 #   cmake -DCONFIG_DIR=... -DOUTPUT=... [-DTEST_KEY_FILE=...] -P GenerateTrustTables.cmake
 # TEST_KEY_FILE is given only by the test build; its key joins the main table (and so every
 # table built on it).
+include(${CMAKE_CURRENT_LIST_DIR}/ConfigList.cmake)
 function(read_keys file out_var)
-  set(keys "")
-  if(EXISTS "${file}")
-    file(STRINGS "${file}" lines)
-    foreach(line IN LISTS lines)
-      string(STRIP "${line}" line)
-      if(line STREQUAL "" OR line MATCHES "^#")
-        continue()
-      endif()
-      if(NOT line MATCHES "^[0-9a-f][0-9a-f]( [0-9a-f][0-9a-f])*$")
-        message(FATAL_ERROR "${file}: not a key (two-digit lowercase hex bytes separated by single blanks): ${line}")
-      endif()
-      list(APPEND keys "${line}")
-    endforeach()
-  endif()
+  qv_read_config_list("${file}" "^[0-9a-f][0-9a-f]( [0-9a-f][0-9a-f])*$"
+                      "a key (two-digit lowercase hex bytes separated by single blanks)" keys)
   set(${out_var} "${keys}" PARENT_SCOPE)
 endfunction()
 

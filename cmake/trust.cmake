@@ -5,7 +5,7 @@ set(QV_TRUST_DIR ${CMAKE_BINARY_DIR}/trust)
 set(QV_TRUST_TABLES_SOURCE ${QV_TRUST_DIR}/TrustTables.cpp)
 file(GLOB QV_TRUST_KEY_FILES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/config/trust/*.keys)
 set(qv_trust_args -DCONFIG_DIR=${CMAKE_SOURCE_DIR}/config/trust -DOUTPUT=${QV_TRUST_TABLES_SOURCE})
-set(qv_trust_deps ${QV_TRUST_KEY_FILES} ${CMAKE_SOURCE_DIR}/cmake/GenerateTrustTables.cmake)
+set(qv_trust_deps ${QV_TRUST_KEY_FILES} ${CMAKE_SOURCE_DIR}/cmake/GenerateTrustTables.cmake ${CMAKE_SOURCE_DIR}/cmake/ConfigList.cmake)
 
 if(QV_TEST_TRUST)
   set(QV_TEST_CERT_DIR ${QV_TRUST_DIR}/test)
@@ -29,7 +29,8 @@ add_custom_command(
 # builds add the boards of tests/data/test.boards.
 set(QV_BOARD_TABLE_SOURCE ${CMAKE_BINARY_DIR}/boards/SupportedBoards.cpp)
 set(qv_board_args -DBOARDS_FILE=${CMAKE_SOURCE_DIR}/config/boards/supported.boards -DOUTPUT=${QV_BOARD_TABLE_SOURCE})
-set(qv_board_deps ${CMAKE_SOURCE_DIR}/config/boards/supported.boards ${CMAKE_SOURCE_DIR}/cmake/GenerateBoardTable.cmake)
+set(qv_board_deps ${CMAKE_SOURCE_DIR}/config/boards/supported.boards ${CMAKE_SOURCE_DIR}/cmake/GenerateBoardTable.cmake
+    ${CMAKE_SOURCE_DIR}/cmake/ConfigList.cmake)
 if(QV_TEST_TRUST)
   list(APPEND qv_board_args -DTEST_BOARDS_FILE=${CMAKE_SOURCE_DIR}/tests/data/test.boards)
   list(APPEND qv_board_deps ${CMAKE_SOURCE_DIR}/tests/data/test.boards)

@@ -86,25 +86,20 @@ bool CompanionLaunch::Wait(uint64_t milliseconds) {
     const uint64_t deadline = clock.SteadyMilliseconds() + milliseconds;
     deadline_.store(deadline);
     const bool reached = clock.SleepUntil(deadline, stopFlag_);
-    return reached && !stopFlag_.load();
+    if (reached && !stopFlag_.load()) return true;
+    logger_->LogInfo(L"DeviceControlService - Thread stopping early due to stop flag");
+    phase_.store(Phase::Finished);
+    return false;
 }
 
 void CompanionLaunch::Run() {
     phase_.store(Phase::InitialWait);
     logger_->LogInfo(L"DeviceControlService - Waiting initial 5 minutes");
-    if (!Wait(kInitialWaitMilliseconds)) {
-        logger_->LogInfo(L"DeviceControlService - Thread stopping early due to stop flag");
-        phase_.store(Phase::Finished);
-        return;
-    }
+    if (!Wait(kInitialWaitMilliseconds)) return;
     if (oobe_.load()) {
         phase_.store(Phase::FirstRunWait);
         logger_->LogInfo(L"DeviceControlService - OOBE triggered, waiting 55 additional mins");
-        if (!Wait(kFirstRunWaitMilliseconds)) {
-            logger_->LogInfo(L"DeviceControlService - Thread stopping early due to stop flag");
-            phase_.store(Phase::Finished);
-            return;
-        }
+        if (!Wait(kFirstRunWaitMilliseconds)) return;
     }
     phase_.store(Phase::Starting);
     logger_->LogInfo(L"DeviceControlService - Starting Lumen App.");

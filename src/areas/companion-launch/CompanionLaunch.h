@@ -77,7 +77,7 @@ public:
 
 private:
     void Run();
-    // Waits on the clock; false when the stop flag ended the wait.
+    // Waits on the clock; false (logged, the thread finished) when the stop flag ended the wait.
     bool Wait(uint64_t milliseconds);
 
     platform::Platform& platform_;

@@ -60,7 +60,6 @@ TEST(ToolContractTest, TheSimulatedToolAnswersEveryRowAsTheRealOneMust) {
     const auto rows = ContractRows();
     ASSERT_GE(rows.size(), 30u);  // the mouse and the toasts at least
     Sim::SimWorld world;
-    Sim::SimTool& tool = world.tool;
     for (const ContractRow& row : rows) {
         if (row.arrangement) {
             EXPECT_TRUE(Sim::ArrangeSimArea(world, row.words[0], row.words[1], row.words[2])) << row.file << ":" << row.line;
