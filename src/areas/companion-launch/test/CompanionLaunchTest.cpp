@@ -34,8 +34,8 @@ protected:
     bool WaitForPhase(CompanionLaunch::Phase phase) {
         return WaitFor([&] { return Launch() != nullptr && Launch()->CurrentPhase() == phase; });
     }
-    // The launch thread is asleep on the clock in the wait it is in.
-    void WaitForSleep() { Clock().WaitForSleepers(1); }
+    // The launch thread is asleep on the clock in the wait it is in (a test without one fails).
+    void WaitForSleep() { ASSERT_TRUE(WaitFor([&] { return Clock().Sleepers() >= 1; })) << "no launch thread waits"; }
     std::vector<std::wstring> Started() { return device.StartedPackages(); }
     const std::vector<std::wstring> kStarted{std::wstring(kFamily) + L"!LumenCenter.exe"};
 };
@@ -78,6 +78,7 @@ TEST_F(CompanionLaunchTest, AfterTheFirstRunExperienceItWaits55MinutesMore) {
     WaitForSleep();
     EXPECT_TRUE(log->Contains(L"DeviceControlService - OOBE triggered, waiting 55 additional mins"));
     Clock().Advance(55 * kMinute - 1);
+    EXPECT_EQ(Launch()->RemainingMilliseconds(), 1u);
     EXPECT_TRUE(Started().empty());
     EXPECT_EQ(Launch()->CurrentPhase(), CompanionLaunch::Phase::FirstRunWait);
     Clock().Advance(1);
