@@ -130,15 +130,9 @@ const char* CompanionLaunch::PhaseName(Phase phase) {
 
 LaunchStatus CompanionLaunch::Describe() {
     LaunchStatus status;
-    FirmwareCommandClient firmware(platform_, "DeviceControlService");
-    uint8_t output[4] = {};
-    uint32_t returnCode = 0;
-    if (firmware.ExecuteCommand(kFeatureByteCommand, FirmwareCommandClient::kCommandType, 0, nullptr, sizeof output,
-                                output, returnCode) >= 0 &&
-        returnCode == 0)
-        status.featureByte = output[0];
+    if (const auto featureByte = ReadFeatureByte()) status.featureByte = *featureByte;
     status.board = GetSysId();
-    status.boardListed = !status.board.empty() && IsSysIdSupported();
+    status.boardListed = IsListed(status.board);
     status.eligible = status.featureByte > 0 || status.boardListed;
     status.realUserSession = UserSession(platform_).IsRealUserSession();
     status.package = FindCompanionPackage();
@@ -178,18 +172,24 @@ bool CompanionLaunch::IsAppSupportedOnDevice() {
     return supported;
 }
 
-bool CompanionLaunch::IsAIPC() {
+std::optional<uint8_t> CompanionLaunch::ReadFeatureByte() {
     FirmwareCommandClient firmware(platform_, "DeviceControlService");
     uint8_t output[4] = {};
     uint32_t returnCode = 0;
     const int32_t result = firmware.ExecuteCommand(kFeatureByteCommand, FirmwareCommandClient::kCommandType, 0,
                                                    nullptr, sizeof output, output, returnCode);
-    if (result < 0 || returnCode != 0) {
+    if (result < 0 || returnCode != 0) return std::nullopt;
+    return output[0];
+}
+
+bool CompanionLaunch::IsAIPC() {
+    const auto featureByte = ReadFeatureByte();
+    if (!featureByte) {
         logger_->LogError(L"DeviceControlService::IsAIPC - Failed to read feature byte");
         return false;
     }
-    logger_->LogInfo(L"DeviceControlService::IsAIPC - Is feature byte found?: %d", output[0]);
-    return output[0] != 0;
+    logger_->LogInfo(L"DeviceControlService::IsAIPC - Is feature byte found?: %d", *featureByte);
+    return *featureByte != 0;
 }
 
 std::wstring CompanionLaunch::GetSysId() {
@@ -209,8 +209,12 @@ bool CompanionLaunch::IsSysIdSupported() {
         logger_->LogError(L"%S - Failed to retrieve system ID", "DeviceControlService::IsSysIdSupported");
         return false;
     }
+    return IsListed(id);
+}
+
+bool CompanionLaunch::IsListed(const std::wstring& board) {
     const auto boards = SupportedBoards();
-    return std::any_of(boards.begin(), boards.end(), [&](const wchar_t* board) { return id == board; });
+    return std::any_of(boards.begin(), boards.end(), [&](const wchar_t* listed) { return board == listed; });
 }
 
 bool CompanionLaunch::CheckAppLaunched() {

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -77,6 +78,10 @@ public:
 
 private:
     void Run();
+    // The firmware's feature byte; nothing when the firmware cannot be asked or refuses.
+    std::optional<uint8_t> ReadFeatureByte();
+    // Whether `board` is one of the supported board identifiers (exactly, case and all).
+    static bool IsListed(const std::wstring& board);
     // Waits on the clock; false (logged, the thread finished) when the stop flag ended the wait.
     bool Wait(uint64_t milliseconds);
 
