@@ -51,16 +51,14 @@ std::optional<std::vector<uint8_t>> Convert(const std::wstring& text) {
 }  // namespace
 
 platform::Result<size_t> SimBase64::DecodedSize(const std::wstring& text) {
+    QV_SIM_FAULT(faults_, Base64);
     auto bytes = Convert(text);
     if (!bytes) return platform::Failure{kErrorInvalidData};
     return bytes->size();
 }
 
 platform::Result<std::vector<uint8_t>> SimBase64::Decode(const std::wstring& text, size_t size) {
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        if (const int32_t failure = std::exchange(nextFailure_, 0); failure != 0) return platform::Failure{failure};
-    }
+    QV_SIM_FAULT(faults_, Base64);
     auto bytes = Convert(text);
     if (!bytes) return platform::Failure{kErrorInvalidData};
     if (bytes->size() > size) return platform::Failure{kErrorMoreData};
@@ -68,10 +66,7 @@ platform::Result<std::vector<uint8_t>> SimBase64::Decode(const std::wstring& tex
 }
 
 platform::Result<std::wstring> SimBase64::Encode(const std::vector<uint8_t>& bytes) {
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        if (const int32_t failure = std::exchange(nextFailure_, 0); failure != 0) return platform::Failure{failure};
-    }
+    QV_SIM_FAULT(faults_, Base64);
     std::wstring text;
     for (size_t i = 0; i < bytes.size(); i += 3) {
         const size_t left = bytes.size() - i;
@@ -86,15 +81,8 @@ platform::Result<std::wstring> SimBase64::Encode(const std::vector<uint8_t>& byt
     return text;
 }
 
-void SimBase64::FailNextConversion(int32_t status) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    nextFailure_ = status;
-}
-
-SimBase64& SimulatedBase64(SimDevice& device) { return static_cast<SimBase64&>(device.AreaPort<platform::IBase64>()); }
-
 }  // namespace Qv::Sim
 
-std::shared_ptr<Qv::platform::IBase64> Qv::platform::IBase64::Make(Platform&) {
-    return std::make_shared<Qv::Sim::SimBase64>();
+std::shared_ptr<Qv::platform::IBase64> Qv::platform::IBase64::Make(Platform& platform) {
+    return std::make_shared<Qv::Sim::SimBase64>(Qv::Sim::FaultsOf(platform));
 }

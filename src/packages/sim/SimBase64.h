@@ -1,8 +1,7 @@
 #pragma once
 // Base64 on the simulated laptop, read as the system's library reads it (CRYPT_STRING_BASE64):
 // blanks and line ends are skipped, a character outside the alphabet or a wrong length is
-// refused by the size call. A test can make the next conversion call fail with a status.
-#include <mutex>
+// refused by the size call.
 
 #include "packages/IBase64.h"
 #include "platform/sim/SimDevice.h"
@@ -11,18 +10,13 @@ namespace Qv::Sim {
 
 class SimBase64 : public platform::IBase64 {
 public:
+    explicit SimBase64(SimFaults& faults) : faults_(faults) {}
     platform::Result<size_t> DecodedSize(const std::wstring& text) override;
     platform::Result<std::vector<uint8_t>> Decode(const std::wstring& text, size_t size) override;
     platform::Result<std::wstring> Encode(const std::vector<uint8_t>& bytes) override;
 
-    // The next Decode or Encode fails with `status` (the size call is not affected).
-    void FailNextConversion(int32_t status);
-
 private:
-    std::mutex mutex_;
-    int32_t nextFailure_ = 0;
+    SimFaults& faults_;
 };
-
-SimBase64& SimulatedBase64(SimDevice& device);
 
 }  // namespace Qv::Sim

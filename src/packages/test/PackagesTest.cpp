@@ -143,7 +143,7 @@ TEST_F(PackagesTest, Base64BothWaysAndItsTwoFailures) {
     EXPECT_TRUE(helper.DecodeBase64(L"SGV$bG8=").empty());
     EXPECT_TRUE(helper.DecodeBase64(L"SGVsbG8").empty());
     EXPECT_EQ(log->Count(LogLevel::Error, L"Problem while finding the count of bytes to decode from base64."), 3u);
-    Sim::SimulatedBase64(device).FailNextConversion(87);
+    device.Faults().FailNth(Sim::SimPort::Base64, 2, 87);  // the size is read, the decoding fails
     EXPECT_TRUE(helper.DecodeBase64(L"SGVsbG8=").empty());
     EXPECT_TRUE(log->Contains(L"Problem while decoding from base64. 87"));
 

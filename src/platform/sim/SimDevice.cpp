@@ -4,6 +4,12 @@ namespace Qv::Sim {
 
 SimDevice::SimDevice() = default;
 
+SimFaults& FaultsOf(platform::Platform& platform) {
+    auto* device = dynamic_cast<SimDevice*>(&platform);
+    if (device == nullptr) throw std::logic_error("faults are armed on the simulated device only");
+    return device->Faults();
+}
+
 void SimDevice::SetSignatures(const std::wstring& path, std::vector<platform::RawSignature> signatures) {
     std::lock_guard<std::mutex> lock(world_.mutex);
     world_.signatures[Lower(path)] = std::move(signatures);

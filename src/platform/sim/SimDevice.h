@@ -40,6 +40,8 @@ public:
     SimNamedEvents& SimulatedEvents() { return events_; }
     SimWmi& SimulatedWmi() { return wmi_; }
     SimStorePackages& SimulatedPackages() { return packages_; }
+    // Calls of any port, this device's and its areas', failed on purpose.
+    SimFaults& Faults() { return world_.faults; }
 
     // --- arrangement ---
     void SetSignatures(const std::wstring& path, std::vector<platform::RawSignature> signatures);
@@ -99,15 +101,15 @@ public:
 
 private:
     SimWorld world_;
-    SimUuidGenerator uuids_;
-    SimNamedEvents events_;
+    SimUuidGenerator uuids_{world_.faults};
+    SimNamedEvents events_{world_.faults};
     SimCodeSignatures signatures_{world_};
     SimFileSystem files_{world_};
     SimUserSession user_{world_};
     SimProcessLauncher processes_{world_};
     SimRpcCall rpc_{world_};
     SimClock clock_;
-    SimWmi wmi_;
+    SimWmi wmi_{world_.faults};
     SimStorePackages packages_{world_};
 };
 

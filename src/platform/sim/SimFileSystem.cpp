@@ -18,6 +18,7 @@ std::wstring SimFileSystem::ExpandEnvironment(const std::wstring& text) {
 
 // GetFullPathNameW on a drive path: separators unified, "." and ".." resolved, drive C: by default.
 platform::Result<std::wstring> SimFileSystem::FullPath(const std::wstring& path) {
+    QV_SIM_FAULT(world_.faults, Files);
     if (path.empty()) return platform::Failure{kErrorInvalidName};
     std::wstring text = path;
     std::replace(text.begin(), text.end(), L'/', L'\\');
@@ -47,6 +48,7 @@ platform::Result<std::wstring> SimFileSystem::FullPath(const std::wstring& path)
 }
 
 platform::Result<platform::FolderAccess> SimFileSystem::ReadFolderAccess(const std::wstring& folder) {
+    QV_SIM_FAULT(world_.faults, Files);
     std::lock_guard<std::mutex> lock(mutex_);
     auto it = folders_.find(Lower(folder));
     if (it != folders_.end()) return it->second;
@@ -59,17 +61,24 @@ void SimFileSystem::SetFolderAccess(const std::wstring& folder, platform::Result
 }
 
 platform::Result<std::wstring> SimFileSystem::ModulePath() {
+    QV_SIM_FAULT(world_.faults, Files);
     std::lock_guard<std::mutex> lock(world_.mutex);
     return world_.modulePath;
 }
 
 bool SimFileSystem::FileExists(const std::wstring& path) {
+    if (world_.faults.Enter(SimPort::Files)) return false;
+    return Exists(path);
+}
+
+bool SimFileSystem::Exists(const std::wstring& path) {
     std::lock_guard<std::mutex> lock(world_.mutex);
     return world_.files.count(Lower(path)) != 0;
 }
 
 platform::Result<platform::OwnedHandle> SimFileSystem::OpenForExecution(const std::wstring& path) {
-    if (!FileExists(path)) return platform::Failure{kErrorFileNotFound};
+    QV_SIM_FAULT(world_.faults, Files);
+    if (!Exists(path)) return platform::Failure{kErrorFileNotFound};
     std::lock_guard<std::mutex> lock(mutex_);
     ++pinnedFiles_;
     return platform::OwnedHandle(new int(0), [this](void* p) {
@@ -90,6 +99,7 @@ std::wstring SimFileSystem::SystemFolder() {
 }
 
 platform::Result<void> SimFileSystem::CreateNewFile(const std::wstring& path, const std::string& bytes) {
+    QV_SIM_FAULT(world_.faults, Files);
     constexpr int32_t kAccessDenied = 5;
     std::lock_guard<std::mutex> lock(world_.mutex);
     const std::wstring name = Lower(path);

@@ -27,6 +27,8 @@ public:
     int PinnedFiles() const;
 
 private:
+    bool Exists(const std::wstring& path);
+
     SimWorld& world_;
     mutable std::mutex mutex_;
     std::map<std::wstring, platform::Result<platform::FolderAccess>> folders_;  // by lower-case path

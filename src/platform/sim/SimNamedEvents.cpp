@@ -5,17 +5,13 @@
 namespace Qv::Sim {
 namespace {
 
-constexpr int32_t kErrorAccessDenied = 5;
 constexpr int32_t kErrorInvalidHandle = 6;
 
 }  // namespace
 
 platform::Result<platform::EventHandle> SimNamedEvents::CreateManualReset(const std::wstring& name) {
+    QV_SIM_FAULT(faults_, Events);
     std::lock_guard<std::mutex> lock(mutex_);
-    if (failNext_) {
-        failNext_ = false;
-        return platform::Failure{kErrorAccessDenied};
-    }
     std::shared_ptr<Event> event = named_[name].lock();
     if (!event) {
         event = std::make_shared<Event>();
@@ -28,6 +24,7 @@ platform::Result<platform::EventHandle> SimNamedEvents::CreateManualReset(const 
 }
 
 platform::Result<void> SimNamedEvents::Set(platform::EventHandle handle) {
+    QV_SIM_FAULT(faults_, Events);
     std::lock_guard<std::mutex> lock(mutex_);
     auto it = open_.find(handle);
     if (it == open_.end()) return platform::Failure{kErrorInvalidHandle};
@@ -38,6 +35,7 @@ platform::Result<void> SimNamedEvents::Set(platform::EventHandle handle) {
 }
 
 platform::Result<void> SimNamedEvents::Reset(platform::EventHandle handle) {
+    QV_SIM_FAULT(faults_, Events);
     std::lock_guard<std::mutex> lock(mutex_);
     auto it = open_.find(handle);
     if (it == open_.end()) return platform::Failure{kErrorInvalidHandle};
@@ -46,6 +44,7 @@ platform::Result<void> SimNamedEvents::Reset(platform::EventHandle handle) {
 }
 
 platform::Result<int> SimNamedEvents::WaitForEither(platform::EventHandle first, platform::EventHandle second) {
+    QV_SIM_FAULT(faults_, Events);
     std::unique_lock<std::mutex> lock(mutex_);
     auto a = open_.find(first);
     auto b = open_.find(second);
@@ -66,6 +65,7 @@ platform::Result<int> SimNamedEvents::WaitForEither(platform::EventHandle first,
 
 platform::Result<void> SimNamedEvents::Close(platform::EventHandle handle) {
     if (handle == nullptr) return platform::Success();
+    QV_SIM_FAULT(faults_, Events);
     std::lock_guard<std::mutex> lock(mutex_);
     auto it = open_.find(handle);
     if (it == open_.end()) return platform::Failure{kErrorInvalidHandle};
@@ -89,11 +89,6 @@ size_t SimNamedEvents::OpenHandles() const {
 size_t SimNamedEvents::Waiters() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return waiters_;
-}
-
-void SimNamedEvents::FailNextCreation() {
-    std::lock_guard<std::mutex> lock(mutex_);
-    failNext_ = true;
 }
 
 }  // namespace Qv::Sim

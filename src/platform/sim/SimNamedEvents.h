@@ -15,6 +15,7 @@ namespace Qv::Sim {
 // kernel wait is (hundreds of subscriptions wait at once).
 class SimNamedEvents : public platform::INamedEvents {
 public:
+    explicit SimNamedEvents(SimFaults& faults) : faults_(faults) {}
     platform::Result<platform::EventHandle> CreateManualReset(const std::wstring& name) override;
     platform::Result<void> Set(platform::EventHandle handle) override;
     platform::Result<void> Reset(platform::EventHandle handle) override;
@@ -26,8 +27,6 @@ public:
     size_t OpenHandles() const;
     // Threads blocked in WaitForEither right now.
     size_t Waiters() const;
-    // The next creation fails (ERROR_ACCESS_DENIED), as when the name is taken by another kind of object.
-    void FailNextCreation();
 
 private:
     struct Event {
@@ -45,7 +44,7 @@ private:
     std::map<platform::EventHandle, std::unique_ptr<Handle>> open_;
     Recent<platform::EventHandle> closed_;
     size_t waiters_ = 0;
-    bool failNext_ = false;
+    SimFaults& faults_;
 };
 
 }  // namespace Qv::Sim

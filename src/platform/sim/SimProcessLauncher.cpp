@@ -18,6 +18,7 @@ constexpr int32_t kErrorNotFound = 1168;
 platform::Result<std::string> SimProcessLauncher::RunAndCapture(platform::UserToken token,
                                                                 const std::wstring& applicationPath,
                                                                 const std::wstring& commandLine) {
+    QV_SIM_FAULT(world_.faults, Processes);
     {
         std::lock_guard<std::mutex> lock(mutex_);
         commandLines_.Add(commandLine);
@@ -45,6 +46,7 @@ int SimProcessLauncher::RunCommandProcessor(const std::string& command) {
         std::lock_guard<std::mutex> lock(mutex_);
         processorCommands_.Add(command);
     }
+    if (world_.faults.Enter(SimPort::Processes)) return -1;  // cmd.exe could not be started
     const std::vector<std::wstring> args = Core::SplitCommandLine(std::wstring(command.begin(), command.end()));
     std::lock_guard<std::mutex> lock(world_.mutex);
     if (world_.commandProcessorMissing) return -1;
@@ -60,6 +62,7 @@ platform::IProcessLauncher::BoundedRun SimProcessLauncher::RunBounded(const std:
         std::lock_guard<std::mutex> lock(mutex_);
         boundedCommandLines_.Add(commandLine);
     }
+    if (const auto fault = world_.faults.Enter(SimPort::Processes)) return {Outcome::StartFailed, {}, *fault};
     const std::vector<std::wstring> args = Core::SplitCommandLine(commandLine);
     std::optional<SimRun> run;
     {
@@ -94,6 +97,7 @@ std::vector<std::string> SimProcessLauncher::ProcessorCommands() const {
 platform::Result<void> SimProcessLauncher::StartPackagedApplication(platform::UserToken token,
                                                                     const std::wstring& packageFamilyName,
                                                                     const std::wstring& executable) {
+    QV_SIM_FAULT(world_.faults, Processes);
     if (token == nullptr) return platform::Failure{kErrorInvalidHandle};
     {
         // Found as the system finds it: a package of the family installed for the user.

@@ -29,18 +29,21 @@ int SimRpcCall::OpenProcessHandles() const {
 }
 
 platform::Result<uint32_t> SimRpcCall::CallerProcessId() {
+    QV_SIM_FAULT(world_.faults, Rpc);
     std::lock_guard<std::mutex> lock(mutex_);
     if (caller_.inquireStatus != 0) return platform::Failure{caller_.inquireStatus};
     return caller_.processId;
 }
 
 platform::Result<uint32_t> SimRpcCall::CallStatus() {
+    QV_SIM_FAULT(world_.faults, Rpc);
     std::lock_guard<std::mutex> lock(mutex_);
     if (caller_.inquireStatus != 0) return platform::Failure{caller_.inquireStatus};
     return caller_.callStatus;
 }
 
 platform::Result<platform::OwnedHandle> SimRpcCall::OpenProcessForQuery(uint32_t processId) {
+    QV_SIM_FAULT(world_.faults, Rpc);
     {
         std::lock_guard<std::mutex> lock(mutex_);
         if (!caller_.processAlive || processId != caller_.processId) return platform::Failure{kErrorAccessDenied};
@@ -49,11 +52,13 @@ platform::Result<platform::OwnedHandle> SimRpcCall::OpenProcessForQuery(uint32_t
 }
 
 platform::Result<platform::OwnedHandle> SimRpcCall::DuplicateForQuery(void* processHandle) {
+    QV_SIM_FAULT(world_.faults, Rpc);
     if (processHandle == nullptr) return platform::Failure{kErrorAccessDenied};
     return MakeProcessHandle(static_cast<SimProcess*>(processHandle)->processId);
 }
 
 platform::Result<void> SimRpcCall::ImpersonateClient() {
+    QV_SIM_FAULT(world_.faults, Rpc);
     int32_t status = 0;
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -71,6 +76,7 @@ void SimRpcCall::RevertToSelf() {
 }
 
 platform::Result<std::wstring> SimRpcCall::PackageFamilyName(void* processHandle) {
+    QV_SIM_FAULT(world_.faults, Rpc);
     std::lock_guard<std::mutex> lock(mutex_);
     if (processHandle == nullptr || static_cast<SimProcess*>(processHandle)->processId != caller_.processId ||
         caller_.packageFamilyName.empty()) {

@@ -39,6 +39,7 @@ void SimStorePackages::SetAvailable(bool available) {
 }
 
 platform::Result<std::vector<platform::StorePackage>> SimStorePackages::AllPackages() {
+    QV_SIM_FAULT(world_.faults, Packages);
     std::lock_guard<std::mutex> lock(world_.mutex);
     if (!world_.packageManagerAvailable) return platform::Failure{kClassNotRegistered};
     std::vector<platform::StorePackage> found;
@@ -49,6 +50,7 @@ platform::Result<std::vector<platform::StorePackage>> SimStorePackages::AllPacka
 
 platform::Result<std::vector<platform::StorePackage>> SimStorePackages::PackagesOfFamily(
     const std::wstring& familyName, const std::wstring& userSecurityId) {
+    QV_SIM_FAULT(world_.faults, Packages);
     std::lock_guard<std::mutex> lock(world_.mutex);
     if (!world_.packageManagerAvailable) return platform::Failure{kClassNotRegistered};
     std::vector<platform::StorePackage> found;
@@ -63,6 +65,7 @@ platform::Result<std::vector<platform::StorePackage>> SimStorePackages::Packages
 }
 
 platform::Result<std::vector<platform::PackageUser>> SimStorePackages::UsersOf(const std::wstring& fullName) {
+    QV_SIM_FAULT(world_.faults, Packages);
     std::lock_guard<std::mutex> lock(world_.mutex);
     if (!world_.packageManagerAvailable) return platform::Failure{kClassNotRegistered};
     for (const auto& entry : world_.packages)
@@ -71,6 +74,7 @@ platform::Result<std::vector<platform::PackageUser>> SimStorePackages::UsersOf(c
 }
 
 platform::Result<bool> SimStorePackages::RegisterByFamilyName(const std::wstring& familyName) {
+    QV_SIM_FAULT(world_.faults, Packages);
     std::lock_guard<std::mutex> lock(world_.mutex);
     if (!world_.packageManagerAvailable) return platform::Failure{kClassNotRegistered};
     // Registered for whoever calls: without impersonation that would be the service's own account.
@@ -89,6 +93,7 @@ platform::Result<bool> SimStorePackages::RegisterByFamilyName(const std::wstring
 }
 
 platform::Result<std::wstring> SimStorePackages::AccountName(const std::wstring& userSecurityId) {
+    QV_SIM_FAULT(world_.faults, Packages);
     if (userSecurityId.rfind(L"S-1-", 0) != 0) return platform::Failure{kInvalidSid};
     std::lock_guard<std::mutex> lock(world_.mutex);
     const auto found = world_.accounts.find(userSecurityId);
@@ -97,6 +102,7 @@ platform::Result<std::wstring> SimStorePackages::AccountName(const std::wstring&
 }
 
 platform::Result<std::wstring> SimStorePackages::TokenUser(platform::UserToken token) {
+    QV_SIM_FAULT(world_.faults, Packages);
     if (token == nullptr) return platform::Failure{kInvalidHandle};
     std::lock_guard<std::mutex> lock(world_.mutex);
     return world_.userSecurityId;

@@ -15,6 +15,7 @@ platform::OwnedHandle MakeToken(int kind) {
 }  // namespace
 
 uint32_t SimUserSession::ActiveConsoleSessionId() {
+    if (world_.faults.Enter(SimPort::User)) return kNoSession;
     std::lock_guard<std::mutex> lock(world_.mutex);
     return world_.signedIn ? 1 : kNoSession;
 }
@@ -22,21 +23,25 @@ uint32_t SimUserSession::ActiveConsoleSessionId() {
 uint32_t SimUserSession::FindActiveSession() { return ActiveConsoleSessionId(); }
 
 platform::Result<platform::OwnedHandle> SimUserSession::QueryUserToken(uint32_t sessionId) {
+    QV_SIM_FAULT(world_.faults, User);
     if (sessionId == kNoSession) return platform::Failure{kErrorNoToken};
     return MakeToken(1);
 }
 
 platform::Result<platform::OwnedHandle> SimUserSession::DuplicatePrimaryToken(platform::UserToken token) {
+    QV_SIM_FAULT(world_.faults, User);
     if (token == nullptr) return platform::Failure{kErrorInvalidHandle};
     return MakeToken(2);
 }
 
 bool SimUserSession::RunningAsSystem() {
+    if (world_.faults.Enter(SimPort::User)) return false;
     std::lock_guard<std::mutex> lock(world_.mutex);
     return world_.runningAsSystem;
 }
 
 platform::Result<void> SimUserSession::Impersonate(platform::UserToken token) {
+    QV_SIM_FAULT(world_.faults, User);
     if (token == nullptr) return platform::Failure{kErrorInvalidHandle};
     std::lock_guard<std::mutex> lock(world_.mutex);
     world_.impersonating = true;
@@ -44,18 +49,21 @@ platform::Result<void> SimUserSession::Impersonate(platform::UserToken token) {
 }
 
 platform::Result<void> SimUserSession::RevertImpersonation() {
+    QV_SIM_FAULT(world_.faults, User);
     std::lock_guard<std::mutex> lock(world_.mutex);
     world_.impersonating = false;
     return platform::Success();
 }
 
 platform::Result<std::wstring> SimUserSession::ExpandForUser(platform::UserToken token, const std::wstring& text) {
+    QV_SIM_FAULT(world_.faults, User);
     if (token == nullptr) return platform::Failure{kErrorInvalidHandle};
     std::lock_guard<std::mutex> lock(world_.mutex);
     return Expand(world_.userEnvironment, text);
 }
 
 platform::Result<platform::OwnedHandle> SimUserSession::LinkedToken(platform::UserToken token) {
+    QV_SIM_FAULT(world_.faults, User);
     if (token == nullptr) return platform::Failure{kErrorInvalidHandle};
     std::lock_guard<std::mutex> lock(world_.mutex);
     // A token without a second half (a standard user's) has no linked token.
@@ -64,6 +72,7 @@ platform::Result<platform::OwnedHandle> SimUserSession::LinkedToken(platform::Us
 }
 
 platform::Result<int32_t> SimUserSession::ElevationType(platform::UserToken token) {
+    QV_SIM_FAULT(world_.faults, User);
     if (token == nullptr) return platform::Failure{kErrorInvalidHandle};
     std::lock_guard<std::mutex> lock(world_.mutex);
     return world_.userElevationType;

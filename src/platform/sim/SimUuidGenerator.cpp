@@ -4,9 +4,10 @@
 
 namespace Qv::Sim {
 
-SimUuidGenerator::SimUuidGenerator() : random_(std::random_device{}()) {}
+SimUuidGenerator::SimUuidGenerator(SimFaults& faults) : random_(std::random_device{}()), faults_(faults) {}
 
 platform::Result<std::wstring> SimUuidGenerator::NewUuidString() {
+    QV_SIM_FAULT(faults_, Uuids);
     std::lock_guard<std::mutex> lock(mutex_);
     ++issued_;
     const uint64_t hi = (random_() & 0xFFFFFFFFFFFF0FFFULL) | 0x0000000000004000ULL;  // version 4

@@ -4,13 +4,14 @@
 #include <random>
 
 #include "platform/IUuidGenerator.h"
+#include "platform/sim/SimFaults.h"
 
 namespace Qv::Sim {
 
 // Random version-4 UUIDs, counted.
 class SimUuidGenerator : public platform::IUuidGenerator {
 public:
-    SimUuidGenerator();
+    explicit SimUuidGenerator(SimFaults& faults);
     platform::Result<std::wstring> NewUuidString() override;
     size_t Issued() const;
 
@@ -18,6 +19,7 @@ private:
     mutable std::mutex mutex_;
     std::mt19937_64 random_;
     size_t issued_ = 0;
+    SimFaults& faults_;
 };
 
 }  // namespace Qv::Sim

@@ -26,7 +26,7 @@ bool Matches(const SimWmi::Instance& instance, const std::wstring& condition) {
 
 }  // namespace
 
-SimWmi::SimWmi() {
+SimWmi::SimWmi(SimFaults& faults) : faults_(faults) {
     // The simulated laptop.
     const std::wstring cimv2 = L"ROOT\\CIMV2";
     SetInstances(cimv2, L"Win32_ComputerSystem",
@@ -67,8 +67,12 @@ SimWmi::SimWmi() {
 
 platform::WmiPropertyRead SimWmi::ReadProperty(const std::wstring& wmiNamespace, const std::wstring& className,
                                                const std::wstring& condition, const std::wstring& property) {
-    std::lock_guard<std::mutex> lock(mutex_);
     platform::WmiPropertyRead read;
+    if (const auto fault = faults_.Enter(SimPort::Wmi)) {
+        read.failures.push_back({"ConnectToWmi", L"IWbemLocator->ConnectServer(WmiNamespace)", *fault});
+        return read;
+    }
+    std::lock_guard<std::mutex> lock(mutex_);
     auto space = namespaces_.find(Lower(wmiNamespace));
     if (space == namespaces_.end()) {
         read.failures.push_back({"ConnectToWmi", L"IWbemLocator->ConnectServer(WmiNamespace)", kInvalidNamespace});
@@ -128,6 +132,7 @@ public:
     SimKeptConnection(SimWmi& wmi, std::wstring wmiNamespace) : wmi_(wmi), namespace_(std::move(wmiNamespace)) {}
 
     platform::Result<int32_t> FirstInteger(const std::wstring& query, const std::wstring& property) override {
+        QV_SIM_FAULT(wmi_.Faults(), Wmi);
         const std::wstring className = QueriedClass(query);
         if (className.empty()) return platform::Failure{kInvalidQuery};
         const auto value = wmi_.Property(namespace_, className, property);
@@ -139,6 +144,7 @@ public:
     platform::Result<void> ExecMethodOnFirst(const std::wstring& query, const std::wstring& className,
                                              const std::wstring& method,
                                              const std::vector<platform::WmiMethodArgument>& inputs) override {
+        QV_SIM_FAULT(wmi_.Faults(), Wmi);
         const std::wstring queried = QueriedClass(query);
         if (queried.empty()) return platform::Failure{kInvalidQuery};
         if (!wmi_.Property(namespace_, queried, L"__PATH")) return platform::Failure{kNotFound};
@@ -152,6 +158,11 @@ private:
 
 platform::WmiConnectResult SimWmi::Connect(const std::wstring& wmiNamespace) {
     platform::WmiConnectResult result;
+    if (const auto fault = faults_.Enter(SimPort::Wmi)) {
+        result.failedStep = platform::WmiConnectStep::ConnectServer;
+        result.hresult = *fault;
+        return result;
+    }
     std::lock_guard<std::mutex> lock(mutex_);
     if (auto failure = connectFailures_.find(Lower(wmiNamespace)); failure != connectFailures_.end()) {
         result.failedStep = failure->second.first;

@@ -26,7 +26,7 @@ class SimWmi : public platform::IWmi {
 public:
     using Instance = std::map<std::wstring, platform::WmiValue>;  // property name -> value
 
-    SimWmi();
+    explicit SimWmi(SimFaults& faults);
 
     platform::WmiConnectResult Connect(const std::wstring& wmiNamespace) override;
     platform::WmiPropertyRead ReadProperty(const std::wstring& wmiNamespace, const std::wstring& className,
@@ -59,7 +59,10 @@ public:
     std::vector<std::wstring> FirmwareMethods() const;
     std::vector<uint8_t> LastFirmwareInput() const;
 
+    SimFaults& Faults() { return faults_; }
+
 private:
+    SimFaults& faults_;
     mutable std::mutex mutex_;
     std::map<std::wstring, std::map<std::wstring, std::vector<Instance>>> namespaces_;  // by lower-case names
     std::map<std::wstring, platform::WmiCallFailure> failures_;                         // by lower-case class

@@ -17,8 +17,12 @@ constexpr int32_t kFeatureByteCommand = 3;
 }  // namespace
 
 platform::FirmwareReply SimWmi::ExecuteFirmwareCommand(const platform::FirmwareRequest& request) {
-    std::lock_guard<std::mutex> lock(mutex_);
     platform::FirmwareReply reply;
+    if (const auto fault = faults_.Enter(SimPort::Wmi)) {
+        reply.failure = platform::WmiCallFailure{"ExecuteCommand", L"IWbemServices->ExecMethod", *fault};
+        return reply;
+    }
+    std::lock_guard<std::mutex> lock(mutex_);
     methods_.Add(request.methodName);
     lastInput_ = request.data;
     if (!firmware_.present) {

@@ -13,12 +13,16 @@
 #include "platform/ICodeSignatures.h"
 #include "platform/IStorePackages.h"
 #include "platform/sim/Recent.h"
+#include "platform/sim/SimFaults.h"
 #include "platform/sim/SimTool.h"
 
 namespace Qv::Sim {
 
 struct SimWorld {
     SimWorld();
+
+    // The faults armed for every port's fake; it has its own lock.
+    SimFaults faults;
 
     std::mutex mutex;  // guards every member below
 

@@ -54,7 +54,8 @@ TEST(TypeSlotsTest, OneObjectPerTypeMadeOnceAndKept) {
 }
 
 TEST(OwnedEventTest, ClosedOnceThroughItsPortWhenItsOwnerEnds) {
-    Sim::SimNamedEvents events;
+    Sim::SimFaults faults;
+    Sim::SimNamedEvents events{faults};
     platform::EventHandle handle = *events.CreateManualReset(L"qvml_test");
     {
         platform::OwnedEvent owner(events, handle);

@@ -18,7 +18,8 @@ platform::FirmwareRequest ReadModeRequest() {
 }
 
 TEST(SimFirmwareTest, OnlyAWellFormedBlockIsExecuted) {
-    Sim::SimWmi wmi;
+    Sim::SimFaults faults;
+    Sim::SimWmi wmi{faults};
     wmi.Firmware().systemMode = 3;
     const platform::FirmwareReply good = wmi.ExecuteFirmwareCommand(ReadModeRequest());
     ASSERT_FALSE(good.failure);

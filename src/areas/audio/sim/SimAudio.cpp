@@ -54,6 +54,7 @@ public:
 private:
     template <class Body>
     auto With(Body body) -> decltype(body(std::declval<Endpoint&>())) {
+        QV_SIM_FAULT(owner_.faults_, AudioEndpoints);
         std::lock_guard<std::mutex> lock(owner_.mutex_);
         Endpoint* endpoint = owner_.Find(flow_, owner_.flows_[Index(flow_)].volumeId);
         if (endpoint == nullptr) return platform::Failure{kNotFound};
@@ -65,7 +66,7 @@ private:
     bool comReady_;
 };
 
-SimAudioEndpoints::SimAudioEndpoints() {
+SimAudioEndpoints::SimAudioEndpoints(SimFaults& faults) : faults_(faults) {
     FlowState& render = flows_[0];
     render.endpoints = {{kSimSpeakersId, L"Speakers (High Definition Audio)", false, 0.5f,
                          {L"{CC962E46-3072-4CCF-B4B7-12DEF8EBB192}"}},
@@ -84,6 +85,7 @@ SimAudioEndpoints::Endpoint* SimAudioEndpoints::Find(Flow flow, const std::wstri
 }
 
 platform::Result<std::vector<platform::IAudioEndpoints::Device>> SimAudioEndpoints::FindAll(Flow flow) {
+    QV_SIM_FAULT(faults_, AudioEndpoints);
     std::lock_guard<std::mutex> lock(mutex_);
     if (enumerationFailure_ != 0) return platform::Failure{enumerationFailure_};
     std::vector<Device> devices;
@@ -92,12 +94,15 @@ platform::Result<std::vector<platform::IAudioEndpoints::Device>> SimAudioEndpoin
 }
 
 platform::Result<std::wstring> SimAudioEndpoints::DefaultId(Flow flow) {
+    QV_SIM_FAULT(faults_, AudioEndpoints);
     std::lock_guard<std::mutex> lock(mutex_);
     if (defaultIdFailure_ != 0) return platform::Failure{defaultIdFailure_};
     return flows_[Index(flow)].defaultId;  // empty when the flow has no device
 }
 
 std::unique_ptr<platform::IAudioEndpoints::IVolume> SimAudioEndpoints::OpenDefaultVolume(Flow flow) {
+    // A failed COM initialisation is the one way the opening fails.
+    if (faults_.Enter(SimPort::AudioEndpoints)) return std::make_unique<Volume>(*this, flow, false);
     bool comReady = false;
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -108,6 +113,7 @@ std::unique_ptr<platform::IAudioEndpoints::IVolume> SimAudioEndpoints::OpenDefau
 
 platform::Result<platform::IAudioEndpoints::ModuleAnswer> SimAudioEndpoints::SendModuleCommand(
     Flow flow, const std::wstring& moduleId, std::span<const uint8_t> payload) {
+    QV_SIM_FAULT(faults_, AudioEndpoints);
     std::lock_guard<std::mutex> lock(mutex_);
     if (modulesFailure_ != 0) return platform::Failure{modulesFailure_};
     const std::wstring defaultId = flows_[Index(flow)].defaultId;
@@ -164,6 +170,7 @@ int SimAudioEndpoints::OpenVolumes() const {
 }
 
 platform::Result<bool> SimServiceStatus::IsRunning(const std::wstring& name) {
+    QV_SIM_FAULT(faults_, ServiceStatus);
     std::lock_guard<std::mutex> lock(mutex_);
     auto found = services_.find(Lower(name));
     if (found == services_.end()) return platform::Failure{kServiceDoesNotExist};
@@ -242,10 +249,10 @@ SimArea AudioSimArea() {
 
 }  // namespace Qv::Sim
 
-std::shared_ptr<Qv::platform::IAudioEndpoints> Qv::platform::IAudioEndpoints::Make(Platform&) {
-    return std::make_shared<Qv::Sim::SimAudioEndpoints>();
+std::shared_ptr<Qv::platform::IAudioEndpoints> Qv::platform::IAudioEndpoints::Make(Platform& platform) {
+    return std::make_shared<Qv::Sim::SimAudioEndpoints>(Qv::Sim::FaultsOf(platform));
 }
 
-std::shared_ptr<Qv::platform::IServiceStatus> Qv::platform::IServiceStatus::Make(Platform&) {
-    return std::make_shared<Qv::Sim::SimServiceStatus>();
+std::shared_ptr<Qv::platform::IServiceStatus> Qv::platform::IServiceStatus::Make(Platform& platform) {
+    return std::make_shared<Qv::Sim::SimServiceStatus>(Qv::Sim::FaultsOf(platform));
 }

@@ -12,6 +12,7 @@
 #include "areas/audio/IAudioEndpoints.h"
 #include "areas/audio/IServiceStatus.h"
 #include "platform/sim/Recent.h"
+#include "platform/sim/SimFaults.h"
 
 namespace Qv::Sim {
 
@@ -44,7 +45,7 @@ public:
         std::vector<uint8_t> payload;
     };
 
-    SimAudioEndpoints();
+    explicit SimAudioEndpoints(SimFaults& faults);
 
     platform::Result<std::vector<Device>> FindAll(Flow flow) override;
     platform::Result<std::wstring> DefaultId(Flow flow) override;
@@ -69,6 +70,7 @@ private:
     class Volume;
     Endpoint* Find(Flow flow, const std::wstring& id);
 
+    SimFaults& faults_;
     mutable std::mutex mutex_;
     FlowState flows_[2];
     int32_t enumerationFailure_ = 0;
@@ -83,12 +85,14 @@ private:
 class SimServiceStatus : public platform::IServiceStatus {
 public:
     enum class State { Running, Stopped, Unreadable };
+    explicit SimServiceStatus(SimFaults& faults) : faults_(faults) {}
     platform::Result<bool> IsRunning(const std::wstring& name) override;
 
     void SetService(const std::wstring& name, State state);
     void RemoveService(const std::wstring& name);
 
 private:
+    SimFaults& faults_;
     std::mutex mutex_;
     std::map<std::wstring, State> services_;
 };

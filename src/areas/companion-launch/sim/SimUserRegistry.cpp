@@ -12,6 +12,7 @@ constexpr int32_t kErrorUnsupportedType = 1630;
 }  // namespace
 
 SimUserRegistry::Read SimUserRegistry::ReadString(const std::wstring& key, const std::wstring& name) {
+    if (const auto fault = world_.faults.Enter(SimPort::UserRegistry)) return {Read::Outcome::HiveNotOpened, {}, *fault};
     bool impersonating = false;
     {
         std::lock_guard<std::mutex> lock(world_.mutex);

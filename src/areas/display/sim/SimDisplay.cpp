@@ -18,8 +18,8 @@ bool InRange(int32_t value, int32_t low, int32_t high) { return value >= low && 
 // One loaded copy of the library: every call is recorded and acts on the panel.
 class SimDisplayControl::Library final : public platform::IDisplayLibrary {
 public:
-    Library(std::shared_ptr<SimPanel> panel, std::shared_ptr<Shared> shared)
-        : panel_(std::move(panel)), shared_(std::move(shared)) {
+    Library(SimFaults& faults, std::shared_ptr<SimPanel> panel, std::shared_ptr<Shared> shared)
+        : faults_(faults), panel_(std::move(panel)), shared_(std::move(shared)) {
         std::lock_guard<std::mutex> lock(shared_->mutex);
         ++shared_->live;
     }
@@ -104,18 +104,20 @@ public:
     }
 
 private:
-    // Records the call; false when the library has no such export.
+    // Records the call; false when the library has no such export (or its look-up fails).
     bool Has(const char* name, const std::string& arguments) {
+        if (faults_.Enter(SimPort::DisplayControl)) return false;
         if (panel_->missingExports.count(name) != 0) return false;
         shared_->calls.Add(name + arguments);
         return true;
     }
 
+    SimFaults& faults_;
     std::shared_ptr<SimPanel> panel_;
     std::shared_ptr<Shared> shared_;
 };
 
-SimDisplayControl::SimDisplayControl() {
+SimDisplayControl::SimDisplayControl(SimFaults& faults) : faults_(faults) {
     FileVersion installed;
     installed.state = FileVersion::State::Read;
     installed.major = 5;
@@ -123,16 +125,18 @@ SimDisplayControl::SimDisplayControl() {
 }
 
 platform::IDisplayControl::FileVersion SimDisplayControl::ReadFileVersion(const std::wstring& path) {
+    if (faults_.Enter(SimPort::DisplayControl)) return FileVersion{FileVersion::State::Unreadable, 0};
     std::lock_guard<std::mutex> lock(mutex_);
     auto found = versions_.find(Lower(path));
     return found == versions_.end() ? FileVersion{} : found->second;
 }
 
 platform::Result<std::shared_ptr<platform::IDisplayLibrary>> SimDisplayControl::Load(const std::wstring& path) {
+    QV_SIM_FAULT(faults_, DisplayControl);
     std::lock_guard<std::mutex> lock(mutex_);
     loaded_.push_back(path);
     if (!loadable_) return platform::Failure{kModuleNotFound};
-    return std::shared_ptr<platform::IDisplayLibrary>(std::make_shared<Library>(panel_, shared_));
+    return std::shared_ptr<platform::IDisplayLibrary>(std::make_shared<Library>(faults_, panel_, shared_));
 }
 
 void SimDisplayControl::SetFileVersion(const std::wstring& path, FileVersion version) {
@@ -241,6 +245,6 @@ SimArea DisplaySimArea() {
 
 }  // namespace Qv::Sim
 
-std::shared_ptr<Qv::platform::IDisplayControl> Qv::platform::IDisplayControl::Make(Platform&) {
-    return std::make_shared<Qv::Sim::SimDisplayControl>();
+std::shared_ptr<Qv::platform::IDisplayControl> Qv::platform::IDisplayControl::Make(Platform& platform) {
+    return std::make_shared<Qv::Sim::SimDisplayControl>(Qv::Sim::FaultsOf(platform));
 }

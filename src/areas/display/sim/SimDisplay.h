@@ -11,6 +11,7 @@
 
 #include "areas/display/IDisplayControl.h"
 #include "platform/sim/Recent.h"
+#include "platform/sim/SimFaults.h"
 
 namespace Qv::Sim {
 
@@ -37,7 +38,7 @@ struct SimPanel {
 
 class SimDisplayControl : public platform::IDisplayControl {
 public:
-    SimDisplayControl();
+    explicit SimDisplayControl(SimFaults& faults);
 
     FileVersion ReadFileVersion(const std::wstring& path) override;
     platform::Result<std::shared_ptr<platform::IDisplayLibrary>> Load(const std::wstring& path) override;
@@ -61,6 +62,7 @@ private:
         int live = 0;
     };
 
+    SimFaults& faults_;
     std::mutex mutex_;
     std::map<std::wstring, FileVersion> versions_;  // by lower-case path
     bool loadable_ = true;

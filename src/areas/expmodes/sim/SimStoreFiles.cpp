@@ -22,6 +22,7 @@ std::wstring Parent(const std::wstring& path) {
 }  // namespace
 
 platform::Result<std::wstring> SimStoreFiles::ProgramDataFolder(std::wstring& path) {
+    QV_SIM_FAULT(world_.faults, StoreFiles);
     std::lock_guard<std::mutex> lock(world_.mutex);
     {
         std::lock_guard<std::mutex> own(mutex_);
@@ -36,6 +37,7 @@ platform::Result<std::wstring> SimStoreFiles::ProgramDataFolder(std::wstring& pa
 }
 
 platform::Result<bool> SimStoreFiles::Exists(const std::wstring& path) {
+    QV_SIM_FAULT(world_.faults, StoreFiles);
     {
         std::lock_guard<std::mutex> own(mutex_);
         auto failure = existsFailures_.find(Lower(path));
@@ -46,6 +48,7 @@ platform::Result<bool> SimStoreFiles::Exists(const std::wstring& path) {
 }
 
 platform::Result<void> SimStoreFiles::CreateFolders(const std::wstring& path) {
+    QV_SIM_FAULT(world_.faults, StoreFiles);
     {
         std::lock_guard<std::mutex> own(mutex_);
         if (createFailure_ != 0) return platform::Failure{createFailure_};
@@ -60,6 +63,7 @@ platform::Result<void> SimStoreFiles::CreateFolders(const std::wstring& path) {
 }
 
 platform::Result<bool> SimStoreFiles::HasReparsePoint(const std::wstring& path) {
+    QV_SIM_FAULT(world_.faults, StoreFiles);
     std::lock_guard<std::mutex> lock(world_.mutex);
     for (std::wstring part = path; !part.empty(); part = Parent(part))
         if (world_.reparsePoints.count(Lower(part)) != 0) return true;
@@ -67,6 +71,7 @@ platform::Result<bool> SimStoreFiles::HasReparsePoint(const std::wstring& path) 
 }
 
 platform::Result<std::string> SimStoreFiles::Read(const std::wstring& path) {
+    QV_SIM_FAULT(world_.faults, StoreFiles);
     std::lock_guard<std::mutex> lock(world_.mutex);
     auto found = world_.contents.find(Lower(path));
     if (world_.files.count(Lower(path)) == 0 || found == world_.contents.end() || !found->second)
@@ -75,6 +80,7 @@ platform::Result<std::string> SimStoreFiles::Read(const std::wstring& path) {
 }
 
 platform::Result<void> SimStoreFiles::Replace(const std::wstring& path, const std::string& bytes) {
+    QV_SIM_FAULT(world_.faults, StoreFiles);
     long cut = -1;
     {
         std::lock_guard<std::mutex> own(mutex_);
@@ -97,6 +103,7 @@ platform::Result<void> SimStoreFiles::Replace(const std::wstring& path, const st
 }
 
 platform::Result<void> SimStoreFiles::Remove(const std::wstring& path) {
+    QV_SIM_FAULT(world_.faults, StoreFiles);
     std::lock_guard<std::mutex> lock(world_.mutex);
     if (world_.undeletable.count(Lower(path)) != 0) return platform::Failure{kAccessDenied};
     if (world_.files.erase(Lower(path)) == 0) return platform::Failure{kFileNotFound};

@@ -308,12 +308,13 @@ TEST_F(ExpModesTest, ANonNumericParameterRaisesBeforeAnythingChanges) {
 }
 
 TEST_F(ExpModesTest, ASaveCutOffAtAnyByteLeavesTheOldFileOrTheNew) {
+    const auto speakers = Audio().GetFlow(platform::IAudioEndpoints::Flow::Render);
     EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[2]}").text, L"{\"result\":true}");
     const std::string old = File();
     const std::string fresh = "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":3,\"Parameter\":\"50\"}]}";
     for (long cut = 0; cut <= static_cast<long>(fresh.size()); ++cut) {
         Sim::SimulatedStore(device).CutSavesAfter(cut);
-        Audio().SetFlow(platform::IAudioEndpoints::Flow::Render, Sim::SimAudioEndpoints().GetFlow(platform::IAudioEndpoints::Flow::Render));
+        Audio().SetFlow(platform::IAudioEndpoints::Flow::Render, speakers);
         EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[1]}").text, L"{\"result\":true}") << cut;
         ASSERT_EQ(File(), old) << cut;
         // A new service reads the old state whole.
@@ -321,7 +322,7 @@ TEST_F(ExpModesTest, ASaveCutOffAtAnyByteLeavesTheOldFileOrTheNew) {
         EXPECT_EQ(Call(111).text, L"{\"result\":true}") << cut;
     }
     Sim::SimulatedStore(device).CutSavesAfter(-1);
-    Audio().SetFlow(platform::IAudioEndpoints::Flow::Render, Sim::SimAudioEndpoints().GetFlow(platform::IAudioEndpoints::Flow::Render));
+    Audio().SetFlow(platform::IAudioEndpoints::Flow::Render, speakers);
     EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[1]}").text, L"{\"result\":true}");
     EXPECT_EQ(File(), fresh);
 }

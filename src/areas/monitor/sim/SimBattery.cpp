@@ -10,12 +10,14 @@ constexpr int32_t kClassNotRegistered = static_cast<int32_t>(0x80040154);
 }  // namespace
 
 platform::Result<int32_t> SimBattery::BatteryStatus() {
+    QV_SIM_FAULT(faults_, Battery);
     std::lock_guard<std::mutex> lock(mutex_);
     if (!available_) return platform::Failure{kClassNotRegistered};
     return status_;
 }
 
 platform::Result<int32_t> SimBattery::RemainingChargePercent() {
+    QV_SIM_FAULT(faults_, Battery);
     std::lock_guard<std::mutex> lock(mutex_);
     if (!available_) return platform::Failure{kClassNotRegistered};
     if (!chargeReadable_) return platform::Failure{static_cast<int32_t>(0x80004005)};
@@ -28,6 +30,7 @@ void SimBattery::SetChargeReadable(bool readable) {
 }
 
 platform::Result<int64_t> SimBattery::Add(Handlers& handlers, std::function<void()> handler) {
+    QV_SIM_FAULT(faults_, Battery);
     std::lock_guard<std::mutex> lock(mutex_);
     if (!available_) return platform::Failure{kClassNotRegistered};
     const int64_t token = nextToken_++;
@@ -80,6 +83,6 @@ size_t SimBattery::Registrations() const {
 
 }  // namespace Qv::Sim
 
-std::shared_ptr<Qv::platform::IBattery> Qv::platform::IBattery::Make(Platform&) {
-    return std::make_shared<Qv::Sim::SimBattery>();
+std::shared_ptr<Qv::platform::IBattery> Qv::platform::IBattery::Make(Platform& platform) {
+    return std::make_shared<Qv::Sim::SimBattery>(Qv::Sim::FaultsOf(platform));
 }

@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "areas/monitor/IBattery.h"
+#include "platform/sim/SimFaults.h"
 
 namespace Qv::Sim {
 
@@ -11,6 +12,7 @@ namespace Qv::Sim {
 // caller's thread, as the platform calls them on one of its own.
 class SimBattery : public platform::IBattery {
 public:
+    explicit SimBattery(SimFaults& faults) : faults_(faults) {}
     platform::Result<int32_t> BatteryStatus() override;
     platform::Result<int32_t> RemainingChargePercent() override;
     platform::Result<int64_t> AddBatteryStatusChanged(std::function<void()> handler) override;
@@ -31,6 +33,7 @@ private:
     using Handlers = std::map<int64_t, std::function<void()>>;
     platform::Result<int64_t> Add(Handlers& handlers, std::function<void()> handler);
 
+    SimFaults& faults_;
     mutable std::mutex mutex_;
     bool available_ = true;
     bool chargeReadable_ = true;

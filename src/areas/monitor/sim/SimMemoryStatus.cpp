@@ -1,5 +1,5 @@
 #include "areas/monitor/sim/SimMemoryStatus.h"
 
-std::shared_ptr<Qv::platform::IMemoryStatus> Qv::platform::IMemoryStatus::Make(Platform&) {
-    return std::make_shared<Qv::Sim::SimMemoryStatus>();
+std::shared_ptr<Qv::platform::IMemoryStatus> Qv::platform::IMemoryStatus::Make(Platform& platform) {
+    return std::make_shared<Qv::Sim::SimMemoryStatus>(Qv::Sim::FaultsOf(platform));
 }

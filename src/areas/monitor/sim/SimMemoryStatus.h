@@ -2,15 +2,21 @@
 #include <atomic>
 
 #include "areas/monitor/IMemoryStatus.h"
+#include "platform/sim/SimFaults.h"
 
 namespace Qv::Sim {
 
 class SimMemoryStatus : public platform::IMemoryStatus {
 public:
-    platform::Result<uint32_t> MemoryLoad() override { return load_.load(); }
+    explicit SimMemoryStatus(SimFaults& faults) : faults_(faults) {}
+    platform::Result<uint32_t> MemoryLoad() override {
+        QV_SIM_FAULT(faults_, MemoryStatus);
+        return load_.load();
+    }
     void SetMemoryLoad(uint32_t percent) { load_.store(percent); }
 
 private:
+    SimFaults& faults_;
     std::atomic<uint32_t> load_{42};
 };
 

@@ -193,7 +193,7 @@ TEST_F(SystemMonitorTest, WithoutAPowerManagerTheBatterySubscriptionFailsCleanly
     EXPECT_EQ(device.SimulatedEvents().OpenHandles(), 0u);
     // A failed creation of the events is answered the same way.
     Sim::SimulatedBattery(device).SetAvailable(true);
-    device.SimulatedEvents().FailNextCreation();
+    device.Faults().FailNext(Sim::SimPort::Events, 5);  // ERROR_ACCESS_DENIED: the name is taken
     EXPECT_EQ(Call(31, L"{\"eventId\":1002}", session), (Answer{Status::kGeneralFailure, L"{}"}));
     EXPECT_TRUE(log->Contains(L"RegisterLowMemoryChange - unable to create event, GetLastError = 5"));
 }

@@ -8,22 +8,26 @@ constexpr int32_t kErrorProcNotFound = 127;
 }  // namespace
 
 platform::IPowerApi::Functions SimPowerApi::PowerModeFunctions() {
+    if (faults_.Enter(SimPort::PowerApi)) return {false, false, false, false};  // powrprof.dll not loaded
     std::lock_guard<std::mutex> lock(mutex_);
     return functions_;
 }
 
 platform::Result<uint8_t> SimPowerApi::AcLineStatus() {
+    QV_SIM_FAULT(faults_, PowerApi);
     std::lock_guard<std::mutex> lock(mutex_);
     return acLineStatus_;
 }
 
 platform::Result<platform::Guid> SimPowerApi::GetUserConfiguredPowerMode(bool onMains) {
+    QV_SIM_FAULT(faults_, PowerApi);
     std::lock_guard<std::mutex> lock(mutex_);
     if (!(onMains ? functions_.getAc : functions_.getDc)) return platform::Failure{kErrorProcNotFound};
     return onMains ? mains_ : battery_;
 }
 
 platform::Result<void> SimPowerApi::SetUserConfiguredPowerMode(bool onMains, const platform::Guid& mode) {
+    QV_SIM_FAULT(faults_, PowerApi);
     std::lock_guard<std::mutex> lock(mutex_);
     if (!(onMains ? functions_.setAc : functions_.setDc)) return platform::Failure{kErrorProcNotFound};
     (onMains ? mains_ : battery_) = mode;
@@ -52,6 +56,6 @@ platform::Guid SimPowerApi::Overlay(bool onMains) const {
 
 }  // namespace Qv::Sim
 
-std::shared_ptr<Qv::platform::IPowerApi> Qv::platform::IPowerApi::Make(Platform&) {
-    return std::make_shared<Qv::Sim::SimPowerApi>();
+std::shared_ptr<Qv::platform::IPowerApi> Qv::platform::IPowerApi::Make(Platform& platform) {
+    return std::make_shared<Qv::Sim::SimPowerApi>(Qv::Sim::FaultsOf(platform));
 }

@@ -2,12 +2,14 @@
 #include <mutex>
 
 #include "areas/power/IPowerApi.h"
+#include "platform/sim/SimFaults.h"
 
 namespace Qv::Sim {
 
 // The power modes of a Windows 11 laptop: one overlay per power source, on mains by default.
 class SimPowerApi : public platform::IPowerApi {
 public:
+    explicit SimPowerApi(SimFaults& faults) : faults_(faults) {}
     Functions PowerModeFunctions() override;
     platform::Result<uint8_t> AcLineStatus() override;
     platform::Result<platform::Guid> GetUserConfiguredPowerMode(bool onMains) override;
@@ -19,6 +21,7 @@ public:
     platform::Guid Overlay(bool onMains) const;
 
 private:
+    SimFaults& faults_;
     mutable std::mutex mutex_;
     Functions functions_{true, true, true, true};
     uint8_t acLineStatus_ = 1;
