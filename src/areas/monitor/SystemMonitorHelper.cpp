@@ -217,6 +217,7 @@ int SystemMonitorHelper::Listen(const Kind& kind, int eventId, DeviceControlServ
         (void)events.Reset(changeEvent);
         fired = events.WaitForEither(stopEvent, changeEvent);
     }
+    if (!fired) Logging::LogApiError(logger_, className_, kind.operation, L"WaitForMultipleObjects", fired.Status());
 
     detach();
     lock.lock();

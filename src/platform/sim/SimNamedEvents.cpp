@@ -65,7 +65,8 @@ platform::Result<int> SimNamedEvents::WaitForEither(platform::EventHandle first,
 
 platform::Result<void> SimNamedEvents::Close(platform::EventHandle handle) {
     if (handle == nullptr) return platform::Success();
-    QV_SIM_FAULT(faults_, Events);
+    // A close that fails has still let the handle go: the caller cannot close it again.
+    const auto fault = faults_.Enter(SimPort::Events);
     std::lock_guard<std::mutex> lock(mutex_);
     auto it = open_.find(handle);
     if (it == open_.end()) return platform::Failure{kErrorInvalidHandle};
@@ -73,6 +74,7 @@ platform::Result<void> SimNamedEvents::Close(platform::EventHandle handle) {
     open_.erase(it);
     if (named_[name].expired()) named_.erase(name);
     closed_.Add(handle);
+    if (fault) return platform::Failure{*fault};
     return platform::Success();
 }
 

@@ -4,6 +4,8 @@
 // as on a device that never failed. Leaks are LeakSanitizer's to find (make test-asan).
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -292,6 +294,97 @@ TEST(FaultWalkTest, EveryCommandAnswersEveryPortFailureAndStaysUsable) {
     }
     std::cout << "[ fault walk ] " << pairs << " (command, port) pairs, " << faultedCalls << " failed calls\n";
     EXPECT_GT(pairs, 100u);
+}
+
+namespace {
+
+// One subscription's life as a host lives it: command 31 on a host thread of its own, ended by
+// command 32 from another.
+struct Cycle {
+    Answer subscribed;
+    Answer ended;
+};
+
+Cycle Subscribe(Laptop& laptop, void* session, const std::wstring& request, const std::wstring& stop) {
+    Cycle cycle;
+    std::atomic<bool> returned{false};
+    std::thread host([&] {
+        cycle.subscribed = laptop.Call(31, request, session);
+        returned = true;
+    });
+    EXPECT_TRUE(WaitFor([&] { return returned || laptop.Device().SimulatedEvents().Waiters() != 0; }));
+    cycle.ended = laptop.Call(32, stop, session);
+    // A stop that could not be signalled leaves the subscription waiting: the client ends it again.
+    if (cycle.ended.status != 0) laptop.Call(32, stop, session);
+    host.join();
+    return cycle;
+}
+
+}  // namespace
+
+TEST(FaultWalkTest, SubscriptionsAnswerEveryPortFailureAndTheNextOneWorks) {
+    Bridge::Logging::ScopedLogCapture log;
+    size_t pairs = 0;
+    const std::pair<std::wstring, std::wstring> kinds[] = {
+        {L"{\"eventId\":1001}", L"{\"eventId\":1001}"},
+        {L"{\"eventId\":1002,\"memoryThreshold\":0}", L"{\"eventId\":1002}"},
+    };
+    for (const auto& [request, stop] : kinds) {
+        Cycle usual;
+        std::set<std::wstring> usualLines;
+        std::map<SimPort, uint64_t> reached;
+        {
+            Laptop laptop;
+            void* session = nullptr;
+            ASSERT_EQ(laptop.Service().StartSession(const_cast<wchar_t*>(L"walk"), &session), 0);
+            laptop.Device().Faults().Reset();
+            log->Clear();
+            usual = Subscribe(laptop, session, request, stop);
+            usualLines = Texts(log.Sink());
+            for (size_t p = 0; p < Sim::kSimPortCount; ++p) {
+                const auto port = static_cast<SimPort>(p);
+                if (const uint64_t calls = laptop.Device().Faults().Calls(port); calls != 0) reached[port] = calls;
+            }
+        }
+        // Ended by the client: "result" 1 for the subscription, 11 for the call that ended it.
+        ASSERT_EQ(usual.subscribed, (Answer{0, L"{\"result\":1}"}));
+        ASSERT_EQ(usual.ended, (Answer{0, L"{\"result\":11}"}));
+        for (const auto& [port, calls] : reached) {
+            ++pairs;
+            for (uint64_t nth = 1; nth <= std::min(calls, kDeepestCall); ++nth) {
+                const std::string where = std::string(request.begin(), request.end()) + ", " +
+                                          std::string(Sim::PortName(port)) + " call " + std::to_string(nth);
+                Laptop laptop;
+                void* session = nullptr;
+                ASSERT_EQ(laptop.Service().StartSession(const_cast<wchar_t*>(L"walk"), &session), 0);
+                laptop.Device().Faults().Reset();
+                log->Clear();
+                laptop.Device().Faults().FailNth(port, nth, FaultStatus(port));
+                const Cycle faulted = Subscribe(laptop, session, request, stop);
+                if (laptop.Device().Faults().Pending(port)) continue;
+                // A subscription that could not be set up, or a stop that could not be signalled,
+                // answers the general failure with an empty object; a stop for a subscription that
+                // had ended already finds nothing to end (12).
+                const Answer failed{0x20000002, L"{}"};
+                EXPECT_TRUE(faulted.subscribed == usual.subscribed || faulted.subscribed == failed)
+                    << where << ": " << testing::PrintToString(faulted.subscribed);
+                EXPECT_TRUE(faulted.ended == usual.ended || faulted.ended == failed ||
+                            faulted.ended == (Answer{0, L"{\"result\":12}"}))
+                    << where << ": " << testing::PrintToString(faulted.ended);
+                if (faulted.subscribed != usual.subscribed || faulted.ended != usual.ended)
+                    EXPECT_TRUE(SaysMore(log.Sink(), usualLines)) << where << ": a failure without a message";
+                EXPECT_EQ(laptop.Device().SimulatedEvents().OpenHandles(), 0u) << where;
+                EXPECT_EQ(laptop.Device().SimulatedEvents().Waiters(), 0u) << where;
+                EXPECT_EQ(Sim::SimulatedBattery(laptop.Device()).Registrations(), 0u) << where;
+                // The session subscribes again as if nothing had happened.
+                const Cycle next = Subscribe(laptop, session, request, stop);
+                EXPECT_EQ(next.subscribed, usual.subscribed) << where;
+                EXPECT_EQ(next.ended, usual.ended) << where;
+            }
+        }
+    }
+    std::cout << "[ fault walk ] " << pairs << " (subscription, port) pairs\n";
+    EXPECT_GE(pairs, 4u);
 }
 
 }  // namespace Qv::Tests
