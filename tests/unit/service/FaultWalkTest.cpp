@@ -139,7 +139,16 @@ public:
         service_ = std::make_unique<Abi::HostService>(QVCreateService());
         device_->Faults().Reset();
     }
-    ~Laptop() { service_.reset(); }
+    ~Laptop() {
+        if (session_ != nullptr) service_->EndSession(&session_);
+        service_.reset();
+    }
+
+    // A session of a client, started on first use, ended with the laptop.
+    void* Session() {
+        if (session_ == nullptr) EXPECT_EQ(service_->StartSession(const_cast<wchar_t*>(L"walk"), &session_), 0);
+        return session_;
+    }
 
     // Through the slot table, as the host calls: an exception is the boundary's to answer.
     Answer Call(unsigned int number, const std::wstring& json, void* session = nullptr) {
@@ -168,6 +177,7 @@ public:
 private:
     std::shared_ptr<Sim::SimDevice> device_ = std::make_shared<Sim::SimDevice>();
     std::unique_ptr<Abi::HostService> service_;
+    void* session_ = nullptr;
 };
 
 // The answer's members and the JSON type of each: what a client reads.
@@ -335,8 +345,7 @@ TEST(FaultWalkTest, SubscriptionsAnswerEveryPortFailureAndTheNextOneWorks) {
         std::map<SimPort, uint64_t> reached;
         {
             Laptop laptop;
-            void* session = nullptr;
-            ASSERT_EQ(laptop.Service().StartSession(const_cast<wchar_t*>(L"walk"), &session), 0);
+            void* session = laptop.Session();
             laptop.Device().Faults().Reset();
             log->Clear();
             usual = Subscribe(laptop, session, request, stop);
@@ -355,8 +364,7 @@ TEST(FaultWalkTest, SubscriptionsAnswerEveryPortFailureAndTheNextOneWorks) {
                 const std::string where = std::string(request.begin(), request.end()) + ", " +
                                           std::string(Sim::PortName(port)) + " call " + std::to_string(nth);
                 Laptop laptop;
-                void* session = nullptr;
-                ASSERT_EQ(laptop.Service().StartSession(const_cast<wchar_t*>(L"walk"), &session), 0);
+                void* session = laptop.Session();
                 laptop.Device().Faults().Reset();
                 log->Clear();
                 laptop.Device().Faults().FailNth(port, nth, FaultStatus(port));
