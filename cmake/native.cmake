@@ -13,7 +13,7 @@ add_library(qv_native STATIC $<TARGET_OBJECTS:qv_core> $<TARGET_OBJECTS:qv_logic
 target_link_libraries(qv_native PUBLIC qv_core qv_sim)
 
 add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/Host.cpp tools/devicectl/Info.cpp tools/devicectl/Audio.cpp tools/devicectl/Display.cpp tools/devicectl/Modes.cpp
-  tools/devicectl/Subscribe.cpp tools/devicectl/Launch.cpp
+  tools/devicectl/Subscribe.cpp tools/devicectl/Launch.cpp tools/devicectl/Status.cpp
   tools/devicectl/ModuleNative.cpp)
 target_link_libraries(devicectl PRIVATE qv_native)
 target_include_directories(devicectl PRIVATE ${CMAKE_SOURCE_DIR})

@@ -103,6 +103,15 @@ check "launch-status: the verdict" \
   "$(grep '^verdict:' <<<"$launch")"
 run launch-status now >/dev/null 2>&1; check "launch-status takes only start" 2 "$?"
 
+# Every readable setting in one table: a line per getter, the module's answer on each.
+status=$(run status); rc=$?
+check "status exits 0" 0 "$rc"
+check "status: the header" "no.  getter                               request          answer" "$(head -1 <<<"$status")"
+check "status: a line per getter" 31 "$(grep -c '^[0-9]' <<<"$status")"
+check "status: the mouse speed from the tool" 1 "$(grep -Ec '^91 +Accessory.GetMouseSpeed +[0-9]+$' <<<"$status")"
+check "status: both endpoint lists" 2 "$(grep -Ec '^41 +Audio.GetAudioDeviceList +\{"dataFlow":[01]\} +\{"(Render|Capture)DeviceList":' <<<"$status")"
+run status now >/dev/null 2>&1; check "status takes no arguments" 2 "$?"
+
 # Device status events through devicectl.exe subscribe.
 out=$(run subscribe 1002 --threshold 0 --for 1 2>&1)
 check "subscribe: one low-memory event" 1 "$(grep -c '^event: {"eventId":1002,"memoryInUse":[0-9]*}$' <<<"$out")"

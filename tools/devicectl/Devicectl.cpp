@@ -14,6 +14,7 @@
 #include "tools/devicectl/Info.h"
 #include "tools/devicectl/Launch.h"
 #include "tools/devicectl/ServiceModule.h"
+#include "tools/devicectl/Status.h"
 #include "tools/devicectl/Subscribe.h"
 
 namespace Qv::Devicectl {
@@ -24,6 +25,7 @@ const char* const kUsage =
     "       devicectl [options] script [FILE|-]\n"
     "       devicectl [options] commands\n"
     "       devicectl [options] info\n"
+    "       devicectl [options] status\n"
     "       devicectl [options] audio\n"
     "       devicectl [options] display\n"
     "       devicectl [options] modes | mode NAME [PICKS] | restore\n"
@@ -36,6 +38,8 @@ const char* const kUsage =
     "  script    run \"<command> [JSON]\" lines from FILE (or standard input) in one session.\n"
     "  commands  list the command table: number, name, form and whether this build has it.\n"
     "  info      what the module sees of the machine: host, processor, product, serial, memory.\n"
+    "  status    every readable setting in one table: each getter of the command table, its\n"
+    "            request and the module's answer (\"result\", or the status that came instead).\n"
     "  audio     the playback and recording endpoints (* marks the default), and the mute state and\n"
     "            volume of the default ones.\n"
     "  display   brightness, HDR, the display mode, input source, schedule, colour gains and contrast.\n"
@@ -242,10 +246,10 @@ int Run(const std::vector<std::wstring>& args) {
 
     const std::wstring& verb = words[0];
     if (verb != L"call" && verb != L"commands" && verb != L"script" && verb != L"subscribe" && verb != L"info" &&
-        verb != L"audio" && verb != L"display" && verb != L"modes" && verb != L"mode" && verb != L"restore" &&
+        verb != L"status" && verb != L"audio" && verb != L"display" && verb != L"modes" && verb != L"mode" && verb != L"restore" &&
         verb != L"launch-status")
         return Usage("unknown command '" + Core::Narrow(verb) + "'");
-    if ((verb == L"commands" || verb == L"info" || verb == L"audio" || verb == L"display" || verb == L"modes" ||
+    if ((verb == L"commands" || verb == L"info" || verb == L"status" || verb == L"audio" || verb == L"display" || verb == L"modes" ||
          verb == L"restore") &&
         words.size() != 1)
         return Usage("'" + Core::Narrow(verb) + "' takes no arguments");
@@ -272,6 +276,7 @@ int Run(const std::vector<std::wstring>& args) {
     }
     if (verb == L"commands") return ListCommands(*module);
     if (verb == L"info") return ShowDeviceInfo(*module);
+    if (verb == L"status") return ShowStatus(*module, clientId);
     if (verb == L"launch-status") return ShowLaunchStatus(*module, words.size() == 2);
     if (verb == L"audio") return ShowAudio(*module, clientId);
     if (verb == L"display") return ShowDisplay(*module, clientId);
