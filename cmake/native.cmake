@@ -12,10 +12,14 @@ target_link_libraries(qv_sim PUBLIC qv_core)
 add_library(qv_native STATIC $<TARGET_OBJECTS:qv_core> $<TARGET_OBJECTS:qv_logic>)
 target_link_libraries(qv_native PUBLIC qv_core qv_sim)
 
+# Device profiles arrange the simulated device (src/profile).
+add_library(qv_profile STATIC ${QV_PROFILE_SOURCES})
+target_link_libraries(qv_profile PUBLIC qv_native)
+
 add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/Host.cpp tools/devicectl/Info.cpp tools/devicectl/Audio.cpp tools/devicectl/Display.cpp tools/devicectl/Modes.cpp
   tools/devicectl/Subscribe.cpp tools/devicectl/Launch.cpp tools/devicectl/Status.cpp
   tools/devicectl/ModuleNative.cpp)
-target_link_libraries(devicectl PRIVATE qv_native)
+target_link_libraries(devicectl PRIVATE qv_profile qv_native)
 target_include_directories(devicectl PRIVATE ${CMAKE_SOURCE_DIR})
 
 file(GLOB_RECURSE QV_UNIT_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/unit/*.cpp)
@@ -23,7 +27,7 @@ file(GLOB QV_AREA_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/areas/*
      ${CMAKE_SOURCE_DIR}/src/packages/test/*.cpp)
 list(APPEND QV_UNIT_TEST_SOURCES ${QV_AREA_TEST_SOURCES})
 add_executable(unit_tests ${QV_UNIT_TEST_SOURCES})
-target_link_libraries(unit_tests PRIVATE qv_native GTest::gtest GTest::gmock GTest::gtest_main)
+target_link_libraries(unit_tests PRIVATE qv_profile qv_native GTest::gtest GTest::gmock GTest::gtest_main)
 target_include_directories(unit_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
 target_compile_definitions(unit_tests PRIVATE QV_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
 add_test(NAME unit_tests COMMAND unit_tests)

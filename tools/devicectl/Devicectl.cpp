@@ -60,6 +60,9 @@ const char* const kUsage =
     "options:\n"
     "  --dll PATH     service module to load (default: the one installed in %ProgramFiles%\\DeviceControl,\n"
     "                 else DeviceControlService.dll beside devicectl)\n"
+    "  --profile FILE the simulated laptop described by FILE (profiles/*.json): the linked\n"
+    "                 simulated device natively; on Windows, for the simulated module that --dll names\n"
+    "                 (DeviceControlSimulator.dll)\n"
     "  --client ID    client identifier for the session (default: devicectl)\n"
     "  --log FILE     append the module's trace lines to FILE\n"
     "  --help         this text\n"
@@ -201,7 +204,8 @@ int Run(const std::vector<std::wstring>& args) {
     std::vector<std::wstring> words;
     for (size_t i = 0; i < args.size(); ++i) {
         const std::wstring& arg = args[i];
-        const bool takesValue = arg == L"--dll" || arg == L"--client" || arg == L"--log" || arg == L"--threshold" ||
+        const bool takesValue = arg == L"--dll" || arg == L"--client" || arg == L"--log" || arg == L"--profile" ||
+                                arg == L"--threshold" ||
                                 arg == L"--for" || arg == L"--memory-load";
         if (arg == L"--help" || arg == L"-h") {
             std::fputs(kUsage, stdout);
@@ -215,6 +219,8 @@ int Run(const std::vector<std::wstring>& args) {
                 clientId = value;
             } else if (arg == L"--log") {
                 options.logFile = value;
+            } else if (arg == L"--profile") {
+                options.profile = value;
             } else {
                 subscribeOptions = true;
                 if (arg == L"--threshold") {

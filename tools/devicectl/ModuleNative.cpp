@@ -8,7 +8,7 @@
 #include "platform/platform.h"
 #include "areas/monitor/sim/SimMemoryStatus.h"
 #include "platform/sim/SimDevice.h"
-#include "security/Authenticode.h"
+#include "profile/DeviceProfile.h"
 #include "tools/devicectl/ServiceModule.h"
 
 namespace Qv::Devicectl {
@@ -68,18 +68,15 @@ std::unique_ptr<ServiceModule> LoadServiceModule(const ModuleOptions& options, s
         return nullptr;
     }
     auto device = std::make_shared<Sim::SimDevice>();
-    // The simulated laptop has the tool installed beside the module, signed with the first key
-    // this build trusts (the test key in a test build; none in a product build).
-    const auto& trusted = Bridge::Security::TrustTables::Builtin().main;
-    if (!trusted.empty()) {
-        device->InstallTool(Bridge::Security::ParsePublicKey(trusted.front().publicKey));
-        device->InstallSigned(L"QVDC.dll", Bridge::Security::ParsePublicKey(trusted.front().publicKey));
+    // The full-featured laptop, or the one a profile describes.
+    Profile::PrepareLaptop(*device);
+    if (!options.profile.empty()) {
+        error = Profile::ApplyProfileFile(Core::Narrow(options.profile), *device);
+        if (!error.empty()) {
+            error = "the profile is refused: " + error;
+            return nullptr;
+        }
     }
-    // The companion application is installed for the signed-in user (who has not launched it).
-    device->WithWorld([](Sim::SimWorld& world) {
-        world.packages.push_back(
-            {Sim::SimStorePackages::Package(L"5E0C2A91.LumenCenter_k4m2x9trq7bw3", L"3.1.0.0"), {{world.userSecurityId, 2}}});
-    });
     platform::Install(device);
     if (!options.logFile.empty()) {
         auto sink = std::make_shared<Bridge::Logging::FileLogSink>(Core::Narrow(options.logFile));

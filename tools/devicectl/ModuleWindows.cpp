@@ -75,6 +75,8 @@ std::wstring DefaultDllPath() {
 std::unique_ptr<ServiceModule> LoadServiceModule(const ModuleOptions& options, std::string& error) {
     // The module reads this when it is attached and mirrors its trace into the file.
     if (!options.logFile.empty()) SetEnvironmentVariableW(L"QV_DEVICECONTROL_LOG", options.logFile.c_str());
+    // The simulated module reads its profile from here when it is attached.
+    if (!options.profile.empty()) SetEnvironmentVariableW(L"QV_DEVICECONTROL_PROFILE", options.profile.c_str());
     const std::wstring path = options.dllPath.empty() ? DefaultDllPath() : options.dllPath;
     HMODULE module = LoadLibraryW(path.c_str());
     if (module == nullptr) {

@@ -30,6 +30,9 @@ public:
 struct ModuleOptions {
     std::wstring dllPath;  // empty: the module next to devicectl
     std::wstring logFile;  // empty: no file log
+    // A device profile for the simulated laptop: the linked one natively, the simulated module
+    // (named by --dll) on Windows, which reads it from QV_DEVICECONTROL_PROFILE.
+    std::wstring profile;
 };
 
 // Null with `error` set when the module cannot be loaded.

@@ -69,12 +69,12 @@ private:
 SimAudioEndpoints::SimAudioEndpoints(SimFaults& faults) : faults_(faults) {
     FlowState& render = flows_[0];
     render.endpoints = {{kSimSpeakersId, L"Speakers (High Definition Audio)", false, 0.5f,
-                         {L"{CC962E46-3072-4CCF-B4B7-12DEF8EBB192}"}},
+                         {kSimNoiseModuleId}},
                         {kSimHeadphonesId, L"Headphones (High Definition Audio)", false, 0.3f, {}}};
     render.defaultId = render.volumeId = kSimSpeakersId;
     FlowState& capture = flows_[1];
     capture.endpoints = {{kSimMicrophoneId, L"Microphone Array (High Definition Audio)", false, 0.8f,
-                          {L"{CC962E46-3072-4CCF-B4B7-12DEF8EBB192}"}}};
+                          {kSimNoiseModuleId}}};
     capture.defaultId = capture.volumeId = kSimMicrophoneId;
 }
 

@@ -24,6 +24,9 @@ inline constexpr wchar_t kSimHeadphonesId[] =
 inline constexpr wchar_t kSimMicrophoneId[] =
     L"\\\\?\\SWD#MMDEVAPI#{0.0.1.00000000}.{2d8e7f90-3a1b-4c5d-a6e7-f8091a2b3c4d}#{2eef81be-33fa-4800-9670-1cd474972c3f}";
 
+// The other audio vendor's noise-control module, on the endpoints of a laptop that has it.
+inline constexpr wchar_t kSimNoiseModuleId[] = L"{CC962E46-3072-4CCF-B4B7-12DEF8EBB192}";
+
 class SimAudioEndpoints : public platform::IAudioEndpoints {
 public:
     struct Endpoint {

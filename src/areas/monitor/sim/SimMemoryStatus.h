@@ -1,5 +1,8 @@
 #pragma once
-#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <vector>
 
 #include "areas/monitor/IMemoryStatus.h"
 #include "platform/sim/SimFaults.h"
@@ -9,15 +12,15 @@ namespace Qv::Sim {
 class SimMemoryStatus : public platform::IMemoryStatus {
 public:
     explicit SimMemoryStatus(SimFaults& faults) : faults_(faults) {}
-    platform::Result<uint32_t> MemoryLoad() override {
-        QV_SIM_FAULT(faults_, MemoryStatus);
-        return load_.load();
-    }
-    void SetMemoryLoad(uint32_t percent) { load_.store(percent); }
+    platform::Result<uint32_t> MemoryLoad() override;
+    void SetMemoryLoad(uint32_t percent);
+    // Loads one reading each, in turn; the last one stays.
+    void SetMemoryLoadSteps(std::vector<uint32_t> steps);
 
 private:
     SimFaults& faults_;
-    std::atomic<uint32_t> load_{42};
+    std::mutex mutex_;
+    std::deque<uint32_t> steps_{42};
 };
 
 // The simulated device's memory load (tests and the native devicectl script it through this).
