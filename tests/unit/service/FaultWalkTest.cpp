@@ -14,7 +14,6 @@
 #include <thread>
 #include <vector>
 
-#include "abi/HostView.h"
 #include "areas/audio/sim/SimAudio.h"
 #include "areas/display/sim/SimDisplay.h"
 #include "areas/monitor/sim/SimBattery.h"
@@ -22,7 +21,7 @@
 #include "core/logging.h"
 #include "platform/sim/SimDevice.h"
 #include "service/DeviceControlService.h"
-#include "unit/ServiceFixture.h"
+#include "unit/Laptop.h"
 
 namespace Qv::Tests {
 namespace {
@@ -123,62 +122,15 @@ bool SetUpOnce(unsigned int number) {
     return number == 61 || number == 62 || (number >= 69 && number <= 78 && number != 76);
 }
 
+// The full-featured laptop: the signed tool and display-control library beside the module, the
+// audio vendor's software, the companion app installed.
+const std::string& FullFeatured() {
+    static const std::string text = ProfileText("full-featured-laptop.json");
+    return text;
+}
+
 // How deep into a command's calls of one port the walk goes.
 constexpr uint64_t kDeepestCall = 6;
-
-// A full-featured laptop: the signed tool and display-control library beside the module, the
-// audio vendor's software, the companion app installed.
-class Laptop {
-public:
-    Laptop() {
-        device_->InstallTool(TrustedTestKey());
-        device_->InstallSigned(L"QVDC.dll", TrustedTestKey());
-        device_->WithWorld([](Sim::SimWorld& world) { world.tool.Area<Sim::SimRealtek>().installed = true; });
-        Sim::SimulatedServices(*device_).SetService(L"RtkAudioUniversalService", Sim::SimServiceStatus::State::Running);
-        platform::Install(device_);
-        service_ = std::make_unique<Abi::HostService>(QVCreateService());
-        device_->Faults().Reset();
-    }
-    ~Laptop() {
-        if (session_ != nullptr) service_->EndSession(&session_);
-        service_.reset();
-    }
-
-    // A session of a client, started on first use, ended with the laptop.
-    void* Session() {
-        if (session_ == nullptr) EXPECT_EQ(service_->StartSession(const_cast<wchar_t*>(L"walk"), &session_), 0);
-        return session_;
-    }
-
-    // Through the slot table, as the host calls: an exception is the boundary's to answer.
-    Answer Call(unsigned int number, const std::wstring& json, void* session = nullptr) {
-        std::wstring input = json;
-        wchar_t* output = nullptr;
-        Answer answer{service_->ExecuteCommand(session, number, input.data(), &output, [](wchar_t*) {}), std::nullopt};
-        if (output != nullptr) answer.text = std::wstring(output);
-        service_->ReleaseOutput(output);
-        return answer;
-    }
-
-    Sim::SimDevice& Device() { return *device_; }
-    Abi::HostService& Service() { return *service_; }
-
-    // What a command may hold only while it runs.
-    std::string Leftovers() {
-        std::string left;
-        if (device_->OpenProcessHandles() != 0) left += " process handles";
-        if (device_->PinnedFiles() != 0) left += " pinned files";
-        if (device_->SimulatedEvents().OpenHandles() != 0) left += " event handles";
-        if (Sim::SimulatedAudio(*device_).OpenVolumes() != 0) left += " volume controls";
-        if (device_->Impersonating()) left += " impersonation";
-        return left;
-    }
-
-private:
-    std::shared_ptr<Sim::SimDevice> device_ = std::make_shared<Sim::SimDevice>();
-    std::unique_ptr<Abi::HostService> service_;
-    void* session_ = nullptr;
-};
 
 // The answer's members and the JSON type of each: what a client reads.
 std::map<std::string, rapidjson::Type> Shape(const Answer& answer) {
@@ -253,7 +205,7 @@ TEST(FaultWalkTest, EveryCommandAnswersEveryPortFailureAndStaysUsable) {
         std::map<SimPort, uint64_t> reached;
         std::set<std::wstring> usual;
         {
-            Laptop laptop;
+            Laptop laptop(FullFeatured());
             log->Clear();
             first = laptop.Call(request.number, request.input);
             usual = Texts(log.Sink());
@@ -270,7 +222,7 @@ TEST(FaultWalkTest, EveryCommandAnswersEveryPortFailureAndStaysUsable) {
             ++pairs;
             for (uint64_t nth = 1; nth <= std::min(calls, kDeepestCall); ++nth) {
                 const std::string where = Describe(request.number, port, nth);
-                Laptop laptop;
+                Laptop laptop(FullFeatured());
                 log->Clear();
                 laptop.Device().Faults().FailNth(port, nth, FaultStatus(port));
                 const Answer faulted = laptop.Call(request.number, request.input);
@@ -344,7 +296,7 @@ TEST(FaultWalkTest, SubscriptionsAnswerEveryPortFailureAndTheNextOneWorks) {
         std::set<std::wstring> usualLines;
         std::map<SimPort, uint64_t> reached;
         {
-            Laptop laptop;
+            Laptop laptop(FullFeatured());
             void* session = laptop.Session();
             laptop.Device().Faults().Reset();
             log->Clear();
@@ -363,7 +315,7 @@ TEST(FaultWalkTest, SubscriptionsAnswerEveryPortFailureAndTheNextOneWorks) {
             for (uint64_t nth = 1; nth <= std::min(calls, kDeepestCall); ++nth) {
                 const std::string where = std::string(request.begin(), request.end()) + ", " +
                                           std::string(Sim::PortName(port)) + " call " + std::to_string(nth);
-                Laptop laptop;
+                Laptop laptop(FullFeatured());
                 void* session = laptop.Session();
                 laptop.Device().Faults().Reset();
                 log->Clear();
