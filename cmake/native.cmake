@@ -17,7 +17,7 @@ add_library(qv_profile STATIC ${QV_PROFILE_SOURCES})
 target_link_libraries(qv_profile PUBLIC qv_native)
 
 add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/Host.cpp tools/devicectl/Info.cpp tools/devicectl/Audio.cpp tools/devicectl/Display.cpp tools/devicectl/Modes.cpp
-  tools/devicectl/Subscribe.cpp tools/devicectl/Launch.cpp tools/devicectl/Status.cpp
+  tools/devicectl/Subscribe.cpp tools/devicectl/Launch.cpp tools/devicectl/Status.cpp tools/devicectl/Record.cpp
   tools/devicectl/ModuleNative.cpp)
 target_link_libraries(devicectl PRIVATE qv_profile qv_native)
 target_include_directories(devicectl PRIVATE ${CMAKE_SOURCE_DIR})
@@ -39,6 +39,10 @@ if(QV_SANITIZE STREQUAL "address")
 elseif(QV_SANITIZE STREQUAL "thread")
   set_tests_properties(unit_tests PROPERTIES ENVIRONMENT "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
 endif()
+
+# Every profile recorded through devicectl and replayed answers alike (tests/native).
+add_test(NAME profile_roundtrip COMMAND ${CMAKE_SOURCE_DIR}/tests/native/profile_roundtrip.sh
+         $<TARGET_FILE:devicectl> ${CMAKE_SOURCE_DIR}/profiles)
 
 # The service under load (tests/load): make test runs a short form in each native build,
 # make soak the full one.

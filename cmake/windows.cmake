@@ -22,7 +22,7 @@ target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcryp
 target_link_options(DeviceControlService PRIVATE ${QV_STATIC_LINK})
 
 add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/Host.cpp tools/devicectl/Info.cpp tools/devicectl/Audio.cpp tools/devicectl/Display.cpp tools/devicectl/Modes.cpp
-  tools/devicectl/Subscribe.cpp tools/devicectl/Launch.cpp tools/devicectl/Status.cpp
+  tools/devicectl/Subscribe.cpp tools/devicectl/Launch.cpp tools/devicectl/Status.cpp tools/devicectl/Record.cpp
   tools/devicectl/ModuleWindows.cpp $<TARGET_OBJECTS:qv_core>)
 target_include_directories(devicectl PRIVATE ${CMAKE_SOURCE_DIR})
 target_link_libraries(devicectl PRIVATE qv_core)

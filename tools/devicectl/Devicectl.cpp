@@ -13,6 +13,7 @@
 #include "tools/devicectl/Host.h"
 #include "tools/devicectl/Info.h"
 #include "tools/devicectl/Launch.h"
+#include "tools/devicectl/Record.h"
 #include "tools/devicectl/ServiceModule.h"
 #include "tools/devicectl/Status.h"
 #include "tools/devicectl/Subscribe.h"
@@ -26,6 +27,7 @@ const char* const kUsage =
     "       devicectl [options] commands\n"
     "       devicectl [options] info\n"
     "       devicectl [options] status\n"
+    "       devicectl [options] record FILE\n"
     "       devicectl [options] audio\n"
     "       devicectl [options] display\n"
     "       devicectl [options] modes | mode NAME [PICKS] | restore\n"
@@ -40,6 +42,8 @@ const char* const kUsage =
     "  info      what the module sees of the machine: host, processor, product, serial, memory.\n"
     "  status    every readable setting in one table: each getter of the command table, its\n"
     "            request and the module's answer (\"result\", or the status that came instead).\n"
+    "  record    write a device profile (profiles/profile.schema.json) from what the module answers\n"
+    "            here, to replay this machine with --profile on the simulated laptop.\n"
     "  audio     the playback and recording endpoints (* marks the default), and the mute state and\n"
     "            volume of the default ones.\n"
     "  display   brightness, HDR, the display mode, input source, schedule, colour gains and contrast.\n"
@@ -252,7 +256,7 @@ int Run(const std::vector<std::wstring>& args) {
 
     const std::wstring& verb = words[0];
     if (verb != L"call" && verb != L"commands" && verb != L"script" && verb != L"subscribe" && verb != L"info" &&
-        verb != L"status" && verb != L"audio" && verb != L"display" && verb != L"modes" && verb != L"mode" && verb != L"restore" &&
+        verb != L"status" && verb != L"record" && verb != L"audio" && verb != L"display" && verb != L"modes" && verb != L"mode" && verb != L"restore" &&
         verb != L"launch-status")
         return Usage("unknown command '" + Core::Narrow(verb) + "'");
     if ((verb == L"commands" || verb == L"info" || verb == L"status" || verb == L"audio" || verb == L"display" || verb == L"modes" ||
@@ -262,6 +266,7 @@ int Run(const std::vector<std::wstring>& args) {
     if (verb == L"call" && (words.size() < 2 || words.size() > 3))
         return Usage("'call' takes a command and an optional JSON text");
     if (verb == L"mode" && (words.size() < 2 || words.size() > 3)) return Usage("'mode' takes a name and optional picks");
+    if (verb == L"record" && words.size() != 2) return Usage("'record' takes the file to write");
     if (verb == L"script" && words.size() > 2) return Usage("'script' takes at most one file");
     if (verb == L"launch-status" && (words.size() > 2 || (words.size() == 2 && words[1] != L"start")))
         return Usage("'launch-status' takes nothing, or \"start\"");
@@ -283,6 +288,7 @@ int Run(const std::vector<std::wstring>& args) {
     if (verb == L"commands") return ListCommands(*module);
     if (verb == L"info") return ShowDeviceInfo(*module);
     if (verb == L"status") return ShowStatus(*module, clientId);
+    if (verb == L"record") return RecordProfile(*module, clientId, words[1]);
     if (verb == L"launch-status") return ShowLaunchStatus(*module, words.size() == 2);
     if (verb == L"audio") return ShowAudio(*module, clientId);
     if (verb == L"display") return ShowDisplay(*module, clientId);

@@ -50,37 +50,36 @@ std::string Shown(int status, const std::wstring& answer) {
 
 }  // namespace
 
-int ShowStatus(ServiceModule& module, std::wstring clientId) {
+std::vector<GetterAnswer> AskEveryGetter(ServiceModule& module, HostSession& host) {
     std::map<unsigned int, std::string> names;
     for (const QVCommandInfo& row : module.Commands())
         if (row.live != 0) names[row.number] = row.name;
+    std::vector<GetterAnswer> answers;
+    for (const Getter& getter : kGetters) {
+        if (names.count(getter.number) == 0) continue;  // not in this build
+        GetterAnswer answer{getter.number, getter.request, names[getter.number], 0, {}};
+        answer.status = host.Ask(getter.number, getter.request, answer.answer);
+        answers.push_back(std::move(answer));
+    }
+    std::stable_sort(answers.begin(), answers.end(),
+                     [](const GetterAnswer& a, const GetterAnswer& b) { return a.number < b.number; });
+    return answers;
+}
+
+int ShowStatus(ServiceModule& module, std::wstring clientId) {
     HostSession host(module, std::move(clientId));
     if (!host.Ready()) {
         PrintLine(stderr, "devicectl: QVCreateService returned no service");
         return kExitUsage;
     }
-    struct Line {
-        Getter getter;
-        std::string answer;
-    };
-    std::vector<Line> lines;
-    for (const Getter& getter : kGetters) {
-        if (names.count(getter.number) == 0) continue;  // not in this build
-        std::wstring answer;
-        const int status = host.Ask(getter.number, getter.request, answer);
-        lines.push_back({getter, Shown(status, answer)});
-    }
-    std::stable_sort(lines.begin(), lines.end(),
-                     [](const Line& a, const Line& b) { return a.getter.number < b.getter.number; });
     char header[160];
     std::snprintf(header, sizeof header, "%-4s %-36s %-16s %s", "no.", "getter", "request", "answer");
     PrintLine(stdout, header);
-    for (const Line& line : lines) {
-        const std::string request = line.getter.request == std::wstring(L"{}") ? "" : Core::Narrow(line.getter.request);
+    for (const GetterAnswer& line : AskEveryGetter(module, host)) {
+        const std::string request = line.request == L"{}" ? "" : Core::Narrow(line.request);
         char head[160];
-        std::snprintf(head, sizeof head, "%-4u %-36s %-16s ", line.getter.number, names[line.getter.number].c_str(),
-                      request.c_str());
-        PrintLine(stdout, head + line.answer);
+        std::snprintf(head, sizeof head, "%-4u %-36s %-16s ", line.number, line.name.c_str(), request.c_str());
+        PrintLine(stdout, head + Shown(line.status, line.answer));
     }
     return kExitOk;
 }
