@@ -21,13 +21,29 @@ target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcryp
                       wbemuuid ole32 oleaut32 uuid version)
 target_link_options(DeviceControlService PRIVATE ${QV_STATIC_LINK})
 
+# The simulated laptop as a module of its own: the same exports and slot table over the
+# simulated device, arranged by a device profile (src/profile, src/dll/SimulatorMain.cpp).
+file(GLOB QV_SIM_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/sim/*.cpp
+     ${CMAKE_SOURCE_DIR}/src/packages/sim/*.cpp ${CMAKE_SOURCE_DIR}/src/areas/*/sim/*.cpp)
+add_library(DeviceControlSimulator SHARED
+  $<TARGET_OBJECTS:qv_core>
+  $<TARGET_OBJECTS:qv_logic>
+  ${QV_SIM_SOURCES}
+  ${QV_PROFILE_SOURCES}
+  src/platform/windows/HostCallGuard.cpp
+  src/dll/SimulatorMain.cpp)
+set_target_properties(DeviceControlSimulator PROPERTIES PREFIX "" IMPORT_PREFIX "")
+target_compile_definitions(DeviceControlSimulator PRIVATE QV_BUILDING_DLL)
+target_link_libraries(DeviceControlSimulator PRIVATE qv_core)
+target_link_options(DeviceControlSimulator PRIVATE ${QV_STATIC_LINK})
+
 add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/Host.cpp tools/devicectl/Info.cpp tools/devicectl/Audio.cpp tools/devicectl/Display.cpp tools/devicectl/Modes.cpp
   tools/devicectl/Subscribe.cpp tools/devicectl/Launch.cpp tools/devicectl/Status.cpp tools/devicectl/Record.cpp
   tools/devicectl/ModuleWindows.cpp $<TARGET_OBJECTS:qv_core>)
 target_include_directories(devicectl PRIVATE ${CMAKE_SOURCE_DIR})
 target_link_libraries(devicectl PRIVATE qv_core)
 target_link_options(devicectl PRIVATE ${QV_STATIC_LINK} -municode)
-add_dependencies(devicectl DeviceControlService)
+add_dependencies(devicectl DeviceControlService DeviceControlSimulator)
 
 # The tool the service runs in the user's session. The product build ships it unsigned, for the
 # maker to sign; the test build also makes a copy signed with the test key (bin/signed/).

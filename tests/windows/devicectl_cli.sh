@@ -112,6 +112,23 @@ check "status: the mouse speed from the tool" 1 "$(grep -Ec '^91 +Accessory.GetM
 check "status: both endpoint lists" 2 "$(grep -Ec '^41 +Audio.GetAudioDeviceList +\{"dataFlow":[01]\} +\{"(Render|Capture)DeviceList":' <<<"$status")"
 run status now >/dev/null 2>&1; check "status takes no arguments" 2 "$?"
 
+# This machine recorded through the real module and replayed by the simulated one: the same table.
+work=$(mktemp -d)
+recorded=$(WINEDEBUG=-all winepath -w "$work/recorded.json" 2>/dev/null)
+simulator=$(WINEDEBUG=-all winepath -w "$bin/DeviceControlSimulator.dll" 2>/dev/null)
+real=$(run status 2>/dev/null)
+out=$(run record "$recorded" 2>/dev/null); rc=$?
+check "record exits 0" 0 "$rc"
+check "record: what it wrote" "recorded 31 getters into $recorded" "$out"
+check "record: the camera Wine lacks" 1 "$(grep -c '"camera": null' "$work/recorded.json")"
+run --dll "$simulator" --profile "$recorded" status >"$work/replayed.txt" 2>/dev/null; rc=$?
+check "the simulated module with the recording exits 0" 0 "$rc"
+check "the simulated module answers as the real one" "" "$(diff <(cat <<<"$real") "$work/replayed.txt")"
+printf '{"name":"x","display":{"library":{"contrast":120}}}' >"$work/broken.json"
+out=$(run --dll "$simulator" --profile "$(WINEDEBUG=-all winepath -w "$work/broken.json" 2>/dev/null)" status 2>&1 | grep -v '^ALSA'); rc=$?
+check "a broken profile keeps the simulated module from loading" 1 "$(grep -c 'the profile .* is refused: /display/library/contrast: 120 is above the maximum 100' <<<"$out")"
+rm -rf "$work"
+
 # Device status events through devicectl.exe subscribe.
 out=$(run subscribe 1002 --threshold 0 --for 1 2>&1)
 check "subscribe: one low-memory event" 1 "$(grep -c '^event: {"eventId":1002,"memoryInUse":[0-9]*}$' <<<"$out")"
