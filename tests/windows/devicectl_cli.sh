@@ -6,6 +6,8 @@ err=$(mktemp)
 bin=$root/build/mingw/bin
 QV_WINEPREFIX_DIR=${QV_WINEPREFIX:-$root/build/wine/prefix}
 run() { "$root/scripts/wine-run" devicectl.exe "$@"; }
+# A path of this machine as Wine shows it (drive Z: is the root).
+windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 passed=0
 failures=0
 check() {  # check NAME EXPECTED ACTUAL
@@ -114,8 +116,8 @@ run status now >/dev/null 2>&1; check "status takes no arguments" 2 "$?"
 
 # This machine recorded through the real module and replayed by the simulated one: the same table.
 work=$(mktemp -d)
-recorded=$(WINEDEBUG=-all winepath -w "$work/recorded.json" 2>/dev/null)
-simulator=$(WINEDEBUG=-all winepath -w "$bin/DeviceControlSimulator.dll" 2>/dev/null)
+recorded=$(windows_path "$work/recorded.json")
+simulator=$(windows_path "$bin/DeviceControlSimulator.dll")
 real=$(run status 2>/dev/null)
 out=$(run record "$recorded" 2>/dev/null); rc=$?
 check "record exits 0" 0 "$rc"
@@ -125,7 +127,7 @@ run --dll "$simulator" --profile "$recorded" status >"$work/replayed.txt" 2>/dev
 check "the simulated module with the recording exits 0" 0 "$rc"
 check "the simulated module answers as the real one" "" "$(diff <(cat <<<"$real") "$work/replayed.txt")"
 printf '{"name":"x","display":{"library":{"contrast":120}}}' >"$work/broken.json"
-out=$(run --dll "$simulator" --profile "$(WINEDEBUG=-all winepath -w "$work/broken.json" 2>/dev/null)" status 2>&1 | grep -v '^ALSA'); rc=$?
+out=$(run --dll "$simulator" --profile "$(windows_path "$work/broken.json")" status 2>&1 | grep -v '^ALSA'); rc=$?
 check "a broken profile keeps the simulated module from loading" 1 "$(grep -c 'the profile .* is refused: /display/library/contrast: 120 is above the maximum 100' <<<"$out")"
 rm -rf "$work"
 
