@@ -33,16 +33,23 @@ target_compile_definitions(unit_tests PRIVATE QV_SOURCE_DIR="${CMAKE_SOURCE_DIR}
 add_test(NAME unit_tests COMMAND unit_tests)
 # A hang fails with its test's name (tests/unit/TestWatchdog.cpp) well before this.
 set_tests_properties(unit_tests PROPERTIES TIMEOUT 300)
+# What every native test runs with under the sanitizers: any report fails it.
 if(QV_SANITIZE STREQUAL "address")
-  set_tests_properties(unit_tests PROPERTIES ENVIRONMENT
+  set(QV_SANITIZER_ENVIRONMENT
     "UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1:suppressions=${CMAKE_SOURCE_DIR}/tests/ubsan.supp;ASAN_OPTIONS=detect_leaks=1")
 elseif(QV_SANITIZE STREQUAL "thread")
-  set_tests_properties(unit_tests PROPERTIES ENVIRONMENT "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
+  set(QV_SANITIZER_ENVIRONMENT "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
+endif()
+if(QV_SANITIZER_ENVIRONMENT)
+  set_tests_properties(unit_tests PROPERTIES ENVIRONMENT "${QV_SANITIZER_ENVIRONMENT}")
 endif()
 
 # Every profile recorded through devicectl and replayed answers alike (tests/native).
 add_test(NAME profile_roundtrip COMMAND ${CMAKE_SOURCE_DIR}/tests/native/profile_roundtrip.sh
          $<TARGET_FILE:devicectl> ${CMAKE_SOURCE_DIR}/profiles)
+if(QV_SANITIZER_ENVIRONMENT)
+  set_tests_properties(profile_roundtrip PROPERTIES ENVIRONMENT "${QV_SANITIZER_ENVIRONMENT}")
+endif()
 
 # The service under load (tests/load): make test runs a short form in each native build,
 # make soak the full one.
@@ -50,11 +57,8 @@ add_executable(load_test tests/load/LoadTest.cpp)
 target_link_libraries(load_test PRIVATE qv_native)
 add_test(NAME load_short COMMAND load_test --threads 4 --commands 3000)
 set_tests_properties(load_short PROPERTIES TIMEOUT 300)
-if(QV_SANITIZE STREQUAL "address")
-  set_tests_properties(load_short PROPERTIES ENVIRONMENT
-    "UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1:suppressions=${CMAKE_SOURCE_DIR}/tests/ubsan.supp;ASAN_OPTIONS=detect_leaks=1")
-elseif(QV_SANITIZE STREQUAL "thread")
-  set_tests_properties(load_short PROPERTIES ENVIRONMENT "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
+if(QV_SANITIZER_ENVIRONMENT)
+  set_tests_properties(load_short PROPERTIES ENVIRONMENT "${QV_SANITIZER_ENVIRONMENT}")
 endif()
 
 # The ExecuteCommand fuzzer (clang's libFuzzer, in the ASan+UBSan build); make test runs a short

@@ -11,6 +11,8 @@
 #include "core/strings.h"
 #include "profile/DeviceProfile.h"
 #include "profile/JsonSchema.h"
+#include "areas/monitor/sim/SimBattery.h"
+#include "areas/monitor/sim/SimMemoryStatus.h"
 #include "unit/Laptop.h"
 
 namespace Qv::Tests {
@@ -195,6 +197,31 @@ TEST(DeviceProfileTest, ASetterChangesTheSimulatedStateAndTheGetterReadsItBack) 
     EXPECT_EQ(laptop.Call(102).text, L"{\"result\":2}");
     EXPECT_EQ(laptop.Call(3, L"{\"IValue\":250}").text, L"{\"result\":true}");
     EXPECT_EQ(laptop.Call(2).text, L"{\"result\":250}");
+}
+
+TEST(DeviceProfileTest, WhatNoGetterReadsIsArrangedToo) {
+    // The other audio vendor's laptop: charging at 81 %, memory load 30, 55, then 90 %, board
+    // 8A3F, the companion app 3.1.0.0, system mode byte 4.
+    Laptop laptop(ProfileText("other-audio-vendor.json"));
+    auto& battery = Sim::SimulatedBattery(laptop.Device());
+    EXPECT_EQ(*battery.BatteryStatus(), 3);
+    EXPECT_EQ(*battery.RemainingChargePercent(), 81);
+    auto& memory = Sim::SimulatedMemory(laptop.Device());
+    for (uint32_t load : {30u, 55u, 90u, 90u}) EXPECT_EQ(*memory.MemoryLoad(), load);
+    EXPECT_EQ(laptop.Device().SimulatedWmi().Firmware().systemMode, 4);
+    wchar_t launch[1024] = {};
+    ASSERT_GT(QVDescribeLaunch(nullptr, launch, 1024), 0u);
+    const std::wstring described = launch;
+    EXPECT_NE(described.find(L"\"board\":\"8A3F\""), std::wstring::npos) << Core::Narrow(described);
+    EXPECT_NE(described.find(L"\"package\":\"5E0C2A91.LumenCenter_3.1.0.0_x64__k4m2x9trq7bw3\""), std::wstring::npos)
+        << Core::Narrow(described);
+
+    // The desktop: no battery to report, no companion app, no firmware command channel.
+    Laptop desktop(ProfileText("desktop.json"));
+    EXPECT_EQ(*Sim::SimulatedBattery(desktop.Device()).BatteryStatus(), 0);
+    EXPECT_FALSE(desktop.Device().SimulatedWmi().Firmware().present);
+    ASSERT_GT(QVDescribeLaunch(nullptr, launch, 1024), 0u);
+    EXPECT_NE(std::wstring(launch).find(L"\"package\":\"\""), std::wstring::npos) << Core::Narrow(launch);
 }
 
 TEST(DeviceProfileTest, ABrokenProfileIsRefusedWithTheMembersPathAndChangesNothing) {
