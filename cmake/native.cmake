@@ -5,7 +5,8 @@ enable_testing()
 # The simulated device: one fake per shared port, the shared world, the simulated tool; each
 # area's fakes and simulated tool handlers from its sim/ folder.
 file(GLOB QV_SIM_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/sim/*.cpp
-     ${CMAKE_SOURCE_DIR}/src/packages/sim/*.cpp ${CMAKE_SOURCE_DIR}/src/areas/*/sim/*.cpp)
+     ${CMAKE_SOURCE_DIR}/src/packages/sim/*.cpp ${CMAKE_SOURCE_DIR}/src/areas/sim/*.cpp
+     ${CMAKE_SOURCE_DIR}/src/areas/*/sim/*.cpp)
 add_library(qv_sim STATIC ${QV_SIM_SOURCES})
 target_link_libraries(qv_sim PUBLIC qv_core)
 
@@ -47,8 +48,15 @@ endif()
 # Every profile recorded through devicectl and replayed answers alike (tests/native).
 add_test(NAME profile_roundtrip COMMAND ${CMAKE_SOURCE_DIR}/tests/native/profile_roundtrip.sh
          $<TARGET_FILE:devicectl> ${CMAKE_SOURCE_DIR}/profiles)
+set_tests_properties(profile_roundtrip PROPERTIES TIMEOUT 300)
 if(QV_SANITIZER_ENVIRONMENT)
   set_tests_properties(profile_roundtrip PROPERTIES ENVIRONMENT "${QV_SANITIZER_ENVIRONMENT}")
+endif()
+
+# No include points up a floor (scripts/check-layers lists the floors); once, in the plain build.
+if(NOT QV_SANITIZE)
+  add_test(NAME layers COMMAND ${CMAKE_SOURCE_DIR}/scripts/check-layers ${CMAKE_SOURCE_DIR})
+  set_tests_properties(layers PROPERTIES TIMEOUT 60)
 endif()
 
 # The service under load (tests/load): make test runs a short form in each native build,

@@ -24,7 +24,8 @@ target_link_options(DeviceControlService PRIVATE ${QV_STATIC_LINK})
 # The simulated laptop as a module of its own: the same exports and slot table over the
 # simulated device, arranged by a device profile (src/profile, src/dll/SimulatorMain.cpp).
 file(GLOB QV_SIM_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/sim/*.cpp
-     ${CMAKE_SOURCE_DIR}/src/packages/sim/*.cpp ${CMAKE_SOURCE_DIR}/src/areas/*/sim/*.cpp)
+     ${CMAKE_SOURCE_DIR}/src/packages/sim/*.cpp ${CMAKE_SOURCE_DIR}/src/areas/sim/*.cpp
+     ${CMAKE_SOURCE_DIR}/src/areas/*/sim/*.cpp)
 add_library(DeviceControlSimulator SHARED
   $<TARGET_OBJECTS:qv_core>
   $<TARGET_OBJECTS:qv_logic>

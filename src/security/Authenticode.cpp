@@ -6,9 +6,9 @@
 
 #include "core/command_line.h"
 #include "core/logging.h"
+#include "platform/UserPaths.h"
 #include "security/RpcSecurityHelper.h"
 #include "security/TrustMaterial.h"
-#include "shared/user/UserPaths.h"
 
 namespace Qv::Bridge::Security {
 namespace {
@@ -179,7 +179,7 @@ bool QVAuthenticodeHelper::IsPathAllowed(const wchar_t* path) {
     static const char* const kWhere = "Qv::Bridge::Security::QVAuthenticodeHelper::IsPathAllowed";
     // Canonical first, so that "%windir%\..\Users\x" cannot pass as a path under %windir%.
     const std::wstring full =
-        Server::Services::DeviceControl::UserPaths(platform_).GeneralForm(path);
+        platform::UserPaths(platform_).GeneralForm(path);
     if (full.empty()) return false;
 
     for (const std::wstring& prefix : AllowedFolderPrefixes()) {

@@ -1,13 +1,11 @@
 #pragma once
 // Programs of the simulated laptop other than the tool (PowerShell, the shell, system programs),
-// each given by the area that needs it (its sim/ folder, with its simulated tool areas). The
-// launcher runs them when the service starts a process; what no area gives is not installed.
+// each given by the area that needs it (its sim/ folder, with its simulated tool areas; the list
+// is src/areas/sim/SimAreas.h). The launcher runs them when the service starts a process; what
+// no area gives is not installed.
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
-
-#include "shared/tool/ToolProtocol.h"
 
 namespace Qv::Sim {
 
@@ -36,20 +34,11 @@ struct SimProgram {
     SimRun (*run)(SimWorld& world, const std::vector<std::wstring>& args);
 };
 
-// What an area gives the simulated laptop: its tool areas, its programs, and a way to arrange
-// its state by name (the tool contract arranges the laptop to match the machine under Wine).
-struct SimArea {
-    std::span<const Tool::ToolArea<SimWorld>> toolAreas;
-    std::span<const SimProgram> programs = {};
-    bool (*arrange)(SimWorld& world, const std::wstring& key, const std::wstring& value) = nullptr;
-};
+// Which program runs is the areas' business: the areas' floor defines these over the area list
+// (src/areas/sim/SimAreas.cpp), as an adapter defines its port's Make. The launcher calls them.
 
-// Arranges the area that serves the tool area `word`; false when none knows `key`.
-bool ArrangeSimArea(SimWorld& world, const std::wstring& word, const std::wstring& key, const std::wstring& value);
-
-// The program a command line's first word names (a bare name or a path; ".exe" may be left out),
-// or null when no area gives it.
-const SimProgram* FindSimProgram(const std::wstring& program);
+// What the simulated tool prints for a command line split into words (the tool's path first).
+std::string RunSimTool(SimWorld& world, const std::vector<std::wstring>& args);
 // Runs the program `args[0]` names with `args`, offering them to each area's program of that
 // name in turn; nothing when no area gives it. Under the world's lock.
 std::optional<SimRun> RunSimProgram(SimWorld& world, const std::wstring& program, const std::vector<std::wstring>& args);

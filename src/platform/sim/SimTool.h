@@ -1,7 +1,8 @@
 #pragma once
-// The simulated DeviceControlTool.exe: "<tool> <area> <function> <argument>", one line out. It
-// knows the areas of the area list, each through its sim/ folder, and answers with the same
-// protocol header as the real tool; what it does not know it refuses, as the real tool does.
+// The simulated DeviceControlTool.exe's state: "<tool> <area> <function> <argument>", one line
+// out. It knows the areas of the area list, each through its sim/ folder (RunSimTool, run by the
+// areas' floor), and answers with the same protocol header as the real tool; what it does not
+// know it refuses, as the real tool does.
 #include <map>
 #include <string>
 #include <vector>
@@ -30,8 +31,5 @@ struct SimTool {
 
     Core::TypeSlots areas;
 };
-
-// What the tool prints for a command line split into words (the tool's path first).
-std::string RunSimTool(SimWorld& world, const std::vector<std::wstring>& args);
 
 }  // namespace Qv::Sim

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/sim/SimDevice.h"
-#include "platform/sim/SimPrograms.h"
+#include "areas/sim/SimAreas.h"
 
 namespace Qv::Tests {
 namespace {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/strings.h"
-#include "platform/sim/SimPrograms.h"
+#include "areas/sim/SimAreas.h"
 #include "platform/sim/SimTool.h"
 #include "platform/sim/SimWorld.h"
 #include "shared/tool/ToolProtocol.h"

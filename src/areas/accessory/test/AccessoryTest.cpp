@@ -7,7 +7,7 @@
 #include "shared/tool/ToolRunner.h"
 #include "security/Authenticode.h"
 #include "security/TrustMaterial.h"
-#include "shared/user/UserPaths.h"
+#include "platform/UserPaths.h"
 #include "shared/user/UserSession.h"
 
 namespace Qv::Tests {
@@ -156,7 +156,7 @@ TEST_F(AccessoryTest, UserSessionKindsAndPaths) {
     // A user whose name only begins with "Default" is a real one.
     device.SetUserEnvironment(L"USERPROFILE", L"C:\\Users\\DefaultsFan");
     EXPECT_TRUE(user.IsRealUserSession());
-    UserPaths paths(device);
+    platform::UserPaths paths(device);
     EXPECT_EQ(paths.GeneralForm(L"%windir%\\..\\Users\\x.dll"), L"C:\\Users\\x.dll");
     EXPECT_TRUE(log->Contains(L"ExpandEnvironmentStrings: [%windir%\\..\\Users\\x.dll] [C:\\Windows\\..\\Users\\x.dll]"));
     EXPECT_TRUE(log->Contains(L"GetFullPathName: [C:\\Users\\x.dll]"));

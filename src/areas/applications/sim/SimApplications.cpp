@@ -9,7 +9,7 @@
 
 #include "areas/applications/ApplicationProtocol.h"
 #include "core/strings.h"
-#include "platform/sim/SimPrograms.h"
+#include "areas/sim/SimAreas.h"
 #include "platform/sim/SimWorld.h"
 
 namespace Qv::Sim {

@@ -4,7 +4,7 @@
 
 #include "areas/audio/RealtekScripts.h"
 #include "core/strings.h"
-#include "platform/sim/SimPrograms.h"
+#include "areas/sim/SimAreas.h"
 #include "platform/sim/SimWorld.h"
 
 namespace Qv::Sim {

@@ -5,7 +5,7 @@
 #include <span>
 
 #include "areas/camera/CameraProtocol.h"
-#include "platform/sim/SimPrograms.h"
+#include "areas/sim/SimAreas.h"
 #include "platform/sim/SimWorld.h"
 
 namespace Qv::Sim {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "areas/display/DisplayProtocol.h"
-#include "platform/sim/SimPrograms.h"
+#include "areas/sim/SimAreas.h"
 #include "platform/sim/SimWorld.h"
 
 namespace Qv::Sim {

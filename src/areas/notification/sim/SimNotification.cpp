@@ -4,7 +4,7 @@
 #include <span>
 
 #include "areas/notification/NotificationProtocol.h"
-#include "platform/sim/SimPrograms.h"
+#include "areas/sim/SimAreas.h"
 #include "platform/sim/SimWorld.h"
 
 namespace Qv::Sim {

@@ -1,4 +1,4 @@
-#include "shared/user/UserPaths.h"
+#include "platform/UserPaths.h"
 
 #include <cstdint>
 
@@ -6,16 +6,16 @@
 #include "core/null_checker.h"
 #include "core/strings.h"
 
-namespace Qv::Bridge::Server::Services::DeviceControl {
+namespace Qv::platform {
 
-std::wstring UserPaths::GeneralForm(const wchar_t* filePath, platform::UserToken token) {
+std::wstring UserPaths::GeneralForm(const wchar_t* filePath, UserToken token) {
     if (!Core::NullChecker::Check({{filePath, "filePath"}})) return {};
-    auto* logger = Logging::LogManager::GetLogger();
+    auto* logger = Bridge::Logging::LogManager::GetLogger();
     const char* className = Core::TypeName<UserPaths>();
 
     std::wstring expanded;
     // INVALID_HANDLE_VALUE (all bits set) is a process handle that was never opened.
-    if (token == reinterpret_cast<platform::UserToken>(~static_cast<uintptr_t>(0))) {
+    if (token == reinterpret_cast<UserToken>(~static_cast<uintptr_t>(0))) {
         logger->LogError(L"process_handle is NULL or INVALID_HANDLE_VALUE");
         return {};
     }
@@ -42,4 +42,4 @@ std::wstring UserPaths::GeneralForm(const wchar_t* filePath, platform::UserToken
     return *full;
 }
 
-}  // namespace Qv::Bridge::Server::Services::DeviceControl
+}  // namespace Qv::platform

@@ -4,19 +4,19 @@
 
 #include "platform/platform.h"
 
-namespace Qv::Bridge::Server::Services::DeviceControl {
+namespace Qv::platform {
 
 class UserPaths {
 public:
-    explicit UserPaths(platform::Platform& platform) : platform_(platform) {}
+    explicit UserPaths(Platform& platform) : platform_(platform) {}
 
     // The general form used by the security checks: environment variables expanded (for the
     // token's user when a token is given, for the service otherwise), then made absolute and
     // canonical. Empty when the path is null or a step fails.
-    std::wstring GeneralForm(const wchar_t* filePath, platform::UserToken token = nullptr);
+    std::wstring GeneralForm(const wchar_t* filePath, UserToken token = nullptr);
 
 private:
-    platform::Platform& platform_;
+    Platform& platform_;
 };
 
-}  // namespace Qv::Bridge::Server::Services::DeviceControl
+}  // namespace Qv::platform

@@ -1,8 +1,7 @@
-#include "platform/sim/SimTool.h"
+#include "areas/sim/SimAreas.h"
 
 #include <vector>
 
-#include "platform/sim/SimPrograms.h"
 #include "platform/sim/SimWorld.h"
 
 namespace Qv::Sim {
