@@ -174,6 +174,16 @@ add_test(NAME windows_platform_tests COMMAND windows_platform_tests)
 set_tests_properties(windows_platform_tests PROPERTIES ENVIRONMENT
   "QV_DEVICECONTROL_LOG=C:\\windows\\temp\\devicecontrol-platform-tests.log")
 
+# The Windows adapters on their own (the store's files, the clock, the user's registry), built
+# from the DLL's objects without its entry point.
+add_executable(windows_adapter_tests tests/windows/AdapterTest.cpp $<TARGET_OBJECTS:qv_core>
+               $<TARGET_OBJECTS:qv_logic> ${QV_WINDOWS_ADAPTERS})
+target_include_directories(windows_adapter_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+target_link_libraries(windows_adapter_tests PRIVATE qv_core gtest gtest_main rpcrt4 advapi32 bcrypt wintrust crypt32
+                      userenv runtimeobject wbemuuid ole32 oleaut32 uuid version)
+target_link_options(windows_adapter_tests PRIVATE ${QV_STATIC_LINK})
+add_test(NAME windows_adapter_tests COMMAND windows_adapter_tests)
+
 # The real tool against the contract table the simulated tool is held to.
 add_test(NAME tool_contract COMMAND bash ${CMAKE_SOURCE_DIR}/tests/windows/tool_contract.sh)
 set_tests_properties(tool_contract PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURCE_DIR}")
@@ -192,6 +202,6 @@ add_dependencies(windows_tests vendor_service script_host)
 
 # Every Windows test has a time limit, so a hang fails with the test's name.
 set_tests_properties(windows_tests c_host c_host_unload c_host_unload_waiting c_host_seh_callback windows_security_tests
-                     windows_platform_tests
+                     windows_platform_tests windows_adapter_tests
                      PROPERTIES TIMEOUT 120)
 set_tests_properties(tool_contract devicectl_cli display_library audio_vendor wine_soak_short PROPERTIES TIMEOUT 300)

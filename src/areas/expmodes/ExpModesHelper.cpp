@@ -21,7 +21,6 @@ namespace {
 
 constexpr char kFolderFunction[] = "Qv::Bridge::Server::Services::DeviceControl::ExpModesHelper::GetCfgFolderPath";
 constexpr char kLoadFunction[] = "Qv::Bridge::Server::Services::DeviceControl::ExpModesHelper::Load";
-constexpr char kSaveFunction[] = "Qv::Bridge::Server::Services::DeviceControl::ExpModesHelper::Save";
 constexpr wchar_t kFolderBelowProgramData[] = L"\\QV\\DeviceControl\\ExpModes";
 constexpr wchar_t kRestoreFile[] = L"restorestate.json";
 constexpr wchar_t kRestoreName[] = L"restorestate";
@@ -36,6 +35,9 @@ std::atomic<ExpModesHelper*> instance{nullptr};
 std::mutex instanceMutex;
 
 platform::IStoreFiles& Store() { return platform::Current().AreaPort<platform::IStoreFiles>(); }
+
+// What the store's folder holds.
+std::wstring NameOf(ExpModesConfigType type) { return type == RestoreState ? kRestoreFile : L""; }
 
 ExpCommand Command(uint32_t type, const wchar_t* parameter, const wchar_t* key, int32_t order) {
     return {type, parameter, key, order};
@@ -84,9 +86,10 @@ void ExpModesHelper::Release() {
     delete instance.exchange(nullptr, std::memory_order_acq_rel);
 }
 
-ExpModesHelper::ExpModesHelper() {
-    logger_ = Logging::LogManager::GetSystemInformationLogger();
+ExpModesHelper::ExpModesHelper()
+    : logger_(Logging::LogManager::GetSystemInformationLogger()), store_(logger_) {
     restorePath_ = GetCfgFolderPath() + L"\\" + kRestoreFile;
+    store_.RemoveLeftovers(kRestoreFile);
     camera_ = CameraHelper::GetInstance();
     audio_ = AudioHelper::GetInstance();
     accessory_ = AccessoryHelper::GetInstance();
@@ -187,27 +190,11 @@ void ExpModesHelper::AddOrReplaceMode(const ExpMode& mode) {
 std::wstring ExpModesHelper::GetCfgFolderPath() {
     std::wstring programData;
     if (!Store().ProgramDataFolder(programData)) logger_->LogError(L"%S - Failed to expand ProgramData", kFolderFunction);
-    const std::wstring folder = programData + kFolderBelowProgramData;
-    const auto exists = Store().Exists(folder);
-    if (!exists) throw std::system_error(exists.Status(), std::system_category(), "exists: " + Core::Narrow(folder));
-    if (!*exists) {
-        const auto created = Store().CreateFolders(folder);
-        if (!created)
-            throw std::system_error(created.Status(), std::system_category(), "create_directories: " + Core::Narrow(folder));
-    }
-    return folder;
+    return store_.Prepare(programData, kFolderBelowProgramData);
 }
 
 const std::wstring& ExpModesHelper::PathOf(ExpModesConfigType type) const {
     return type == RestoreState ? restorePath_ : modesPath_;
-}
-
-bool ExpModesHelper::SafePath(const std::wstring& path, const char* operation) {
-    const auto reparse = Store().HasReparsePoint(path);
-    if (reparse && !*reparse) return true;
-    logger_->LogError(L"%S - Refused to use %s: a reparse point is on its path, or the path cannot be checked", operation,
-                      path.c_str());
-    return false;
 }
 
 void ExpModesHelper::Save(ExpModesConfigType type) {
@@ -236,16 +223,14 @@ void ExpModesHelper::Save(ExpModesConfigType type) {
             document.PushBack(entry, allocator);
         }
     }
-    const std::wstring& path = PathOf(type);
-    if (path.empty() || !SafePath(path, kSaveFunction)) return;
+    if (PathOf(type).empty()) return;
     // A file that cannot be written is left as it was; nothing else happens.
-    (void)Store().Replace(path, Core::Narrow(Json::Serialize(document)));
+    (void)store_.Replace(NameOf(type), Core::Narrow(Json::Serialize(document)));
 }
 
 void ExpModesHelper::Load(ExpModesConfigType type) {
     const std::wstring& path = PathOf(type);
-    if (!path.empty() && !SafePath(path, kLoadFunction)) return;
-    const auto text = path.empty() ? platform::Result<std::string>(platform::Failure{2}) : Store().Read(path);
+    const auto text = path.empty() ? platform::Result<std::string>(platform::Failure{2}) : store_.Read(NameOf(type));
     if (!text) {
         logger_->LogWarning(L"%S - Failed to open analytics cfg file at %S", kLoadFunction, Core::Narrow(path).c_str());
         return;
@@ -295,7 +280,7 @@ void ExpModesHelper::Load(ExpModesConfigType type) {
         }
     } catch (const std::exception& error) {
         logger_->LogError(L"%S - Exception occurred while loading ExpModes config: %S", kLoadFunction, error.what());
-        const auto removed = Store().Remove(path);
+        const auto removed = store_.Remove(NameOf(type));
         if (!removed) {
             const std::string why = std::system_error(removed.Status(), std::system_category()).what();
             logger_->LogError(L"%S - Exception occurred while deleting corrupt ExpModes config file: %S", kLoadFunction,

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "areas/expmodes/ExpModes.h"
+#include "areas/expmodes/SecureStore.h"
 #include "core/json.h"
 #include "core/logging.h"
 
@@ -58,10 +59,8 @@ private:
     const std::wstring& PathOf(ExpModesConfigType type) const;
     // Applies one command; `previousValue` is the value it overwrote, as text.
     bool Execute(const ExpCommand& command, std::wstring& previousValue);
-    // Whether the store may touch `path` (no reparse point on the way); logs the refusal.
-    bool SafePath(const std::wstring& path, const char* operation);
-
     Logging::TraceLogger* logger_ = nullptr;
+    SecureStore store_;  // the folder of restorePath_
     std::wstring modesPath_;  // the mode list is never stored: stays empty
     std::wstring restorePath_;
     std::vector<ExpMode> modes_;

@@ -86,6 +86,7 @@ void SimDevice::WriteFile(const std::wstring& path, const std::string& text) {
     std::lock_guard<std::mutex> lock(world_.mutex);
     world_.files.insert(Lower(path));
     world_.contents[Lower(path)] = std::make_shared<std::string>(text);
+    world_.owners.erase(Lower(path));  // a file of the system's, as the service writes its own
 }
 
 void SimDevice::LinkFile(const std::wstring& link, const std::wstring& target) {

@@ -82,7 +82,8 @@ public:
     // those runs were ended for hanging.
     std::vector<std::wstring> BoundedCommandLines() const { return processes_.BoundedCommandLines(); }
     size_t StalledRunsEnded() const { return processes_.StalledRunsEnded(); }
-    // A file's text as written (empty when it has none), and arranging files with text.
+    // A file's text as written (empty when it has none), and arranging files with text (a file
+    // written so is SYSTEM's).
     std::string FileText(const std::wstring& path);
     void WriteFile(const std::wstring& path, const std::string& text);
     // A second name for the file at `target` (a hard link): the two share one text.

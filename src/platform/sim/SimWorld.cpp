@@ -20,6 +20,28 @@ SimWorld::SimWorld() {
     accounts[L"S-1-5-18"] = L"SYSTEM";
 }
 
+std::wstring Follow(const SimWorld& world, const std::wstring& lowerPath) {
+    std::wstring resolved;
+    size_t start = 0;
+    // At most as many junctions as there are: a loop of junctions ends like a missing path.
+    size_t followed = 0;
+    while (start <= lowerPath.size()) {
+        const size_t end = std::min(lowerPath.find(L'\\', start), lowerPath.size());
+        resolved += (start == 0 ? L"" : L"\\") + lowerPath.substr(start, end - start);
+        for (auto junction = world.junctions.find(resolved);
+             junction != world.junctions.end() && followed++ <= world.junctions.size();
+             junction = world.junctions.find(resolved)) {
+            resolved = Lower(junction->second);
+        }
+        start = end + 1;
+    }
+    return resolved;
+}
+
+bool IsReparsePoint(const SimWorld& world, const std::wstring& lowerPath) {
+    return world.reparsePoints.count(lowerPath) != 0 || world.junctions.count(lowerPath) != 0;
+}
+
 std::wstring Lower(std::wstring text) {
     std::transform(text.begin(), text.end(), text.begin(), [](wchar_t c) { return std::towlower(c); });
     return text;

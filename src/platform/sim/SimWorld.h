@@ -50,6 +50,13 @@ struct SimWorld {
     std::set<std::wstring> folders;
     std::map<std::wstring, std::wstring> folderAccess;
     std::set<std::wstring> reparsePoints;
+    // Junctions: a name that leads to another folder (lower-case path -> target as written); each
+    // is a reparse point too. Paths through them are followed unless an operation says otherwise.
+    std::map<std::wstring, std::wstring> junctions;
+    // Owners of files and folders as SID texts, by lower-case path; one not listed is SYSTEM's.
+    std::map<std::wstring, std::wstring> owners;
+    // Folders held open without delete sharing: they cannot be renamed, deleted or replaced.
+    std::map<std::wstring, int> heldFolders;
     std::wstring programDataFolder = L"C:\\ProgramData";
 
     // The signed-in user's account and the store packages installed on the machine, with the
@@ -65,6 +72,13 @@ struct SimWorld {
 
     SimTool tool;
 };
+
+inline constexpr wchar_t kSystemSid[] = L"S-1-5-18";
+inline constexpr wchar_t kAdministratorsSid[] = L"S-1-5-32-544";
+
+// A lower-case path with every junction on its way followed (the world's lock held).
+std::wstring Follow(const SimWorld& world, const std::wstring& lowerPath);
+bool IsReparsePoint(const SimWorld& world, const std::wstring& lowerPath);
 
 std::wstring Lower(std::wstring text);
 std::wstring Upper(std::wstring text);

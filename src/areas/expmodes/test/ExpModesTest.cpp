@@ -11,6 +11,7 @@
 #include "areas/expmodes/sim/SimStoreFiles.h"
 #include "areas/power/sim/SimPowerApi.h"
 #include "core/status.h"
+#include "core/strings.h"
 #include "platform/sim/SimWorld.h"
 #include "unit/ServiceFixture.h"
 
@@ -208,14 +209,118 @@ TEST_F(ExpModesTest, TheRequestIsChecked) {
     EXPECT_EQ(File(), "");
 }
 
-TEST_F(ExpModesTest, TheStoreFolderIsMadeWithItsOwnAccessList) {
-    Helper();
-    device.WithWorld([](Sim::SimWorld& world) {
-        EXPECT_EQ(world.folderAccess[L"c:\\programdata\\qv\\devicecontrol\\expmodes"],
-                  L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FRFX;;;BU)");
-        EXPECT_EQ(world.folderAccess.count(L"c:\\programdata"), 0u);
+// Folders a user made first, under the store's names: each is taken over, not trusted.
+TEST_F(ExpModesTest, StoreFoldersAUserMadeFirstAreTakenOver) {
+    const std::wstring user = L"S-1-5-21-2079104543-3203125434-1873629513-1001";
+    device.WithWorld([&](Sim::SimWorld& world) {
+        for (const wchar_t* folder : {L"c:\\programdata\\qv", L"c:\\programdata\\qv\\devicecontrol"}) {
+            world.folders.insert(folder);
+            world.owners[folder] = user;
+            world.folderAccess[folder] = L"D:(A;OICI;FA;;;BU)";
+        }
+        // Owned by the administrators, but open to every user.
+        world.folders.insert(L"c:\\programdata\\qv\\devicecontrol\\expmodes");
+        world.owners[L"c:\\programdata\\qv\\devicecontrol\\expmodes"] = L"S-1-5-32-544";
+        world.folderAccess[L"c:\\programdata\\qv\\devicecontrol\\expmodes"] = L"D:(A;OICI;FA;;;BA)(A;OICI;0x1301bf;;;BU)";
     });
     EXPECT_EQ(Helper().RestoreStatePath(), kRestoreFile);
+    device.WithWorld([&](Sim::SimWorld& world) {
+        for (const wchar_t* folder : {L"c:\\programdata\\qv", L"c:\\programdata\\qv\\devicecontrol",
+                                      L"c:\\programdata\\qv\\devicecontrol\\expmodes"}) {
+            EXPECT_EQ(world.owners[folder], L"S-1-5-18") << folder;
+            EXPECT_EQ(world.folderAccess[folder], L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FRFX;;;BU)") << folder;
+        }
+        EXPECT_EQ(world.folderAccess.count(L"c:\\programdata"), 0u);
+    });
+    EXPECT_EQ(log->Count(LogLevel::Warning, L"ExpModesHelper::GetCfgFolderPath - Took over the folder C:\\ProgramData\\QV"), 3u);
+    EXPECT_EQ(log->Count(LogLevel::Warning, L"its owner was " + user), 2u);
+}
+
+// A junction where the store's top folder goes: refused before anything is made through it.
+TEST_F(ExpModesTest, AJunctionOnTheStoresPathIsRefusedBeforeAnythingIsMadeThroughIt) {
+    for (const wchar_t* junction : {L"c:\\programdata\\qv", L"c:\\programdata\\qv\\devicecontrol"}) {
+        Restart();
+        device.WithWorld([&](Sim::SimWorld& world) {
+            world.folders.insert(L"c:\\programdata\\qv");
+            world.folders.insert(L"c:\\users\\avery\\bait");
+            world.junctions[junction] = L"C:\\Users\\Avery\\bait";
+        });
+        try {
+            Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[2]}");
+            ADD_FAILURE() << "no exception for " << Core::Narrow(junction);
+        } catch (const std::system_error& error) {
+            EXPECT_EQ(error.code().value(), 4395) << junction;
+            EXPECT_EQ(std::string(error.what()).rfind("create_directories: ", 0), 0u) << error.what();
+        }
+        device.WithWorld([&](Sim::SimWorld& world) {
+            for (const std::wstring& folder : world.folders) EXPECT_EQ(folder.find(L"bait\\"), std::wstring::npos) << folder;
+            for (const std::wstring& file : world.files) EXPECT_EQ(file.find(L"bait\\"), std::wstring::npos) << file;
+            world.junctions.clear();
+        });
+        EXPECT_EQ(log->Count(LogLevel::Error, L"Refused to use C:\\ProgramData\\QV"), 1u) << junction;
+        log->Clear();
+    }
+}
+
+// Between the checks and the write, a user swaps the store's folder for a junction: the folder
+// is held open, so the swap fails and the file lands where it belongs.
+TEST_F(ExpModesTest, TheStoreFolderCannotBeSwappedBetweenTheCheckAndTheWrite) {
+    Helper();
+    device.WithWorld([](Sim::SimWorld& world) { world.folders.insert(L"c:\\users\\avery\\bait"); });
+    bool swapped = true;
+    Sim::SimulatedStore(device).BeforeNextWrite([&] {
+        swapped = Sim::SimulatedStore(device).SwapForJunction(L"C:\\ProgramData\\QV\\DeviceControl\\ExpModes",
+                                                              L"C:\\Users\\Avery\\bait");
+    });
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[2]}").text, L"{\"result\":true}");
+    EXPECT_FALSE(swapped);
+    EXPECT_NE(File(), "");
+    EXPECT_EQ(device.FileText(L"C:\\Users\\Avery\\bait\\restorestate.json"), "");
+}
+
+// Links a user plants under the names the store writes: nothing is ever written through them.
+TEST_F(ExpModesTest, LinksPlantedInTheStoreAreNeverWrittenThrough) {
+    constexpr wchar_t kSystemFile[] = L"C:\\Windows\\System32\\config\\SAM";
+    constexpr wchar_t kPlanted[] = L"C:\\ProgramData\\QV\\DeviceControl\\ExpModes\\restorestate.json.tmp";
+    Helper();
+    device.WriteFile(kSystemFile, "accounts");
+    device.LinkFile(kPlanted, kSystemFile);  // the temporary name a save once used
+    device.LinkFile(kRestoreFile, kSystemFile);
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[2]}").text, L"{\"result\":true}");
+    EXPECT_EQ(device.FileText(kSystemFile), "accounts");
+    EXPECT_EQ(File(), "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":4,\"Parameter\":\"0\"}]}");
+    // A new service removes what interrupted saves left, the planted name among them.
+    device.WriteFile(L"C:\\ProgramData\\QV\\DeviceControl\\ExpModes\\restorestate.json.0b5e-left.tmp", "{\"Mo");
+    Restart();
+    Helper();
+    EXPECT_FALSE(device.Files().FileExists(kPlanted));
+    EXPECT_FALSE(device.Files().FileExists(L"C:\\ProgramData\\QV\\DeviceControl\\ExpModes\\restorestate.json.0b5e-left.tmp"));
+    EXPECT_EQ(device.FileText(kSystemFile), "accounts");
+    EXPECT_TRUE(device.Files().FileExists(kRestoreFile));
+}
+
+// A restore state a user wrote (a file of theirs, or a second name of another file) is not read.
+TEST_F(ExpModesTest, ARestoreStateAUserWroteIsNotRead) {
+    const std::string state = "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":3,\"Parameter\":\"35\"}]}";
+    Helper();
+    Restart();
+    device.WriteFile(kRestoreFile, state);
+    device.WithWorld([](Sim::SimWorld& world) {
+        world.owners[L"c:\\programdata\\qv\\devicecontrol\\expmodes\\restorestate.json"] =
+            L"S-1-5-21-2079104543-3203125434-1873629513-1001";
+    });
+    EXPECT_EQ(Call(111).text, L"{\"result\":false}");
+    Restart();
+    device.WriteFile(kRestoreFile, state);
+    device.LinkFile(L"C:\\Users\\Avery\\state.json", kRestoreFile);
+    EXPECT_EQ(Call(111).text, L"{\"result\":false}");
+    EXPECT_EQ(SpeakerVolume(), 50);
+    EXPECT_EQ(log->Count(LogLevel::Error, L"ExpModesHelper::Load - Refused to read C:\\ProgramData\\QV\\DeviceControl\\ExpModes\\restorestate.json"), 2u);
+    // The service's own file, as it wrote it, is read.
+    Restart();
+    device.WriteFile(kRestoreFile, state);
+    EXPECT_EQ(Call(111).text, L"{\"result\":true}");
+    EXPECT_EQ(SpeakerVolume(), 35);
 }
 
 TEST_F(ExpModesTest, ALoadedStateIsRestoredAndSavedAgainAsItWas) {
@@ -327,17 +432,17 @@ TEST_F(ExpModesTest, ASaveCutOffAtAnyByteLeavesTheOldFileOrTheNew) {
     EXPECT_EQ(File(), fresh);
 }
 
-TEST_F(ExpModesTest, AJunctionOnThePathIsRefused) {
+TEST_F(ExpModesTest, AJunctionMadeLaterIsRefusedToo) {
     EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[2]}").text, L"{\"result\":true}");
     const std::string old = File();
     device.WithWorld([](Sim::SimWorld& world) { world.reparsePoints.insert(L"c:\\programdata\\qv\\devicecontrol"); });
     EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[1]}").text, L"{\"result\":true}");
     EXPECT_EQ(File(), old);
     EXPECT_EQ(log->Count(LogLevel::Error, L"a reparse point is on its path"), 1u);
-    // Nor is a corrupt file deleted through it.
+    // A new service does not start on it, nor is a corrupt file deleted through it.
     device.WriteFile(kRestoreFile, "not json");
     Restart();
-    EXPECT_EQ(Call(111).text, L"{\"result\":false}");
+    EXPECT_THROW(Call(111), std::system_error);
     EXPECT_EQ(File(), "not json");
 }
 
@@ -346,13 +451,15 @@ TEST_F(ExpModesTest, AStoreFolderThatCannotBeMadeFailsTheCommandNotTheService) {
     EXPECT_THROW(Call(111), std::system_error);
     Sim::SimulatedStore(device).FailCreate(0);
     EXPECT_EQ(Call(111).text, L"{\"result\":false}");
+    // Without ProgramData the store has no place: never a folder relative to the drive's root.
     Restart();
     Sim::SimulatedStore(device).SetProgramDataMissing(true);
-    EXPECT_EQ(Call(111).text, L"{\"result\":false}");
+    EXPECT_THROW(Call(111), std::system_error);
     EXPECT_EQ(log->Count(LogLevel::Error,
                          L"Qv::Bridge::Server::Services::DeviceControl::ExpModesHelper::GetCfgFolderPath - Failed to expand "
                          L"ProgramData"),
               1u);
+    device.WithWorld([](Sim::SimWorld& world) { EXPECT_EQ(world.folders.count(L"\\qv"), 0u); });
 }
 
 TEST_F(ExpModesTest, TwoSessionsChangeAndRestoreAtOnce) {

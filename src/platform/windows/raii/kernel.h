@@ -22,6 +22,7 @@ inline void close_process(const PROCESS_INFORMATION& p) {
 }
 inline void local_free(void* memory) { ::LocalFree(memory); }
 inline void close_service_handle(SC_HANDLE handle) { ::CloseServiceHandle(handle); }
+inline void find_close(HANDLE search) { ::FindClose(search); }
 }  // namespace detail
 
 using unique_handle = unique_any<HANDLE, &detail::close_handle, &detail::valid_handle>;  // kernel objects, tokens
@@ -32,6 +33,7 @@ using unique_process_information =
     unique_any<PROCESS_INFORMATION, &detail::close_process, &detail::valid_process>;
 using unique_hlocal = unique_any<void*, &detail::local_free>;
 using unique_schandle = unique_any<SC_HANDLE, &detail::close_service_handle>;  // service manager and services
+using unique_find = unique_any<HANDLE, &detail::find_close, &detail::valid_handle>;  // FindFirstFileW
 
 // A kernel handle handed to the logic as a shared owner (ports speak in OwnedHandle); null
 // when the handle is not valid.
