@@ -1,7 +1,7 @@
 # Turns the key files under config/trust into the C++ source of the trusted-key tables.
-#   cmake -DCONFIG_DIR=... -DOUTPUT=... [-DTEST_KEY_FILE=...] -P GenerateTrustTables.cmake
-# TEST_KEY_FILE is given only by the test build; its key joins the main table (and so every
-# table built on it).
+#   cmake -DCONFIG_DIR=... -DOUTPUT=... [-DTEST_KEY_FILE=... -DTEST_EXTENDED_KEY_FILE=...] -P GenerateTrustTables.cmake
+# The test keys are given only by the test build: TEST_KEY_FILE's joins the main table (and so
+# every table built on it), TEST_EXTENDED_KEY_FILE's the extended keys alone.
 include(${CMAKE_CURRENT_LIST_DIR}/ConfigList.cmake)
 function(read_keys file out_var)
   qv_read_config_list("${file}" "^[0-9a-f][0-9a-f]( [0-9a-f][0-9a-f])*$"
@@ -27,6 +27,10 @@ if(TEST_KEY_FILE)
   read_keys("${TEST_KEY_FILE}" test_key)
   list(APPEND main ${test_key})
   set(includes_test_key true)
+endif()
+if(TEST_EXTENDED_KEY_FILE)
+  read_keys("${TEST_EXTENDED_KEY_FILE}" test_extended_key)
+  list(APPEND extended ${test_extended_key})
 endif()
 
 emit_table(kMainKeys "${main}" main_text)

@@ -77,6 +77,13 @@ if(QV_FUZZ)
   target_link_options(fuzz_execute_command PRIVATE -fsanitize=fuzzer)
   add_test(NAME fuzz_smoke COMMAND ${CMAKE_SOURCE_DIR}/fuzz/run ${CMAKE_BINARY_DIR} smoke)
   set_tests_properties(fuzz_smoke PROPERTIES TIMEOUT 300)
+  # The texts that reach command lines and scripts (a short run in make test).
+  add_executable(fuzz_command_lines fuzz/CommandLineFuzzer.cpp)
+  target_include_directories(fuzz_command_lines PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+  target_link_libraries(fuzz_command_lines PRIVATE qv_native)
+  target_link_options(fuzz_command_lines PRIVATE -fsanitize=fuzzer)
+  add_test(NAME fuzz_command_lines COMMAND fuzz_command_lines -runs=200000 -max_len=128)
+  set_tests_properties(fuzz_command_lines PROPERTIES TIMEOUT 300 ENVIRONMENT "${QV_SANITIZER_ENVIRONMENT}")
 endif()
 
 # Benchmarks against the floor (make bench, in the optimised build).

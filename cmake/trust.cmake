@@ -1,5 +1,5 @@
 # The trusted-key tables, generated from config/trust. The test build (QV_TEST_TRUST) first makes
-# a test CA and two code-signing certificates with openssl in build/<preset>/trust/test and adds
+# a test CA and three code-signing certificates with openssl in build/<preset>/trust/test and adds
 # the "signing" key to the tables; nothing of it exists in any other build.
 set(QV_TRUST_DIR ${CMAKE_BINARY_DIR}/trust)
 set(QV_TRUST_TABLES_SOURCE ${QV_TRUST_DIR}/TrustTables.cpp)
@@ -11,12 +11,14 @@ if(QV_TEST_TRUST)
   set(QV_TEST_CERT_DIR ${QV_TRUST_DIR}/test)
   add_custom_command(
     OUTPUT ${QV_TEST_CERT_DIR}/signing.hex ${QV_TEST_CERT_DIR}/signing.pem ${QV_TEST_CERT_DIR}/signing.key
+           ${QV_TEST_CERT_DIR}/extended.hex ${QV_TEST_CERT_DIR}/extended.pem ${QV_TEST_CERT_DIR}/extended.key
            ${QV_TEST_CERT_DIR}/other.hex ${QV_TEST_CERT_DIR}/other.pem ${QV_TEST_CERT_DIR}/other.key
     COMMAND ${CMAKE_SOURCE_DIR}/scripts/make-test-certs ${QV_TEST_CERT_DIR}
     DEPENDS ${CMAKE_SOURCE_DIR}/scripts/make-test-certs
     COMMENT "Making the test signing certificates")
-  list(APPEND qv_trust_args -DTEST_KEY_FILE=${QV_TEST_CERT_DIR}/signing.hex)
-  list(APPEND qv_trust_deps ${QV_TEST_CERT_DIR}/signing.hex)
+  list(APPEND qv_trust_args -DTEST_KEY_FILE=${QV_TEST_CERT_DIR}/signing.hex
+       -DTEST_EXTENDED_KEY_FILE=${QV_TEST_CERT_DIR}/extended.hex)
+  list(APPEND qv_trust_deps ${QV_TEST_CERT_DIR}/signing.hex ${QV_TEST_CERT_DIR}/extended.hex)
 endif()
 
 add_custom_command(

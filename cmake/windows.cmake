@@ -104,14 +104,18 @@ add_library(qvdc_double SHARED tests/windows/display-library/QvdcDouble.c)
 set_target_properties(qvdc_double PROPERTIES OUTPUT_NAME QVDC PREFIX "" IMPORT_PREFIX "")
 target_link_options(qvdc_double PRIVATE -static -static-libgcc)
 set(QV_SIGNED_OTHER_BIN ${CMAKE_BINARY_DIR}/bin/signed-other)
+set(QV_SIGNED_EXTENDED_BIN ${CMAKE_BINARY_DIR}/bin/signed-extended)
 add_custom_command(
-  OUTPUT ${QV_SIGNED_BIN}/QVDC.dll ${QV_SIGNED_OTHER_BIN}/QVDC.dll
-  COMMAND ${CMAKE_COMMAND} -E make_directory ${QV_SIGNED_BIN} ${QV_SIGNED_OTHER_BIN}
+  OUTPUT ${QV_SIGNED_BIN}/QVDC.dll ${QV_SIGNED_OTHER_BIN}/QVDC.dll ${QV_SIGNED_EXTENDED_BIN}/QVDC.dll
+  COMMAND ${CMAKE_COMMAND} -E make_directory ${QV_SIGNED_BIN} ${QV_SIGNED_OTHER_BIN} ${QV_SIGNED_EXTENDED_BIN}
   COMMAND ${qv_sign} signing $<TARGET_FILE:qvdc_double> ${QV_SIGNED_BIN}/QVDC.dll
   COMMAND ${qv_sign} other $<TARGET_FILE:qvdc_double> ${QV_SIGNED_OTHER_BIN}/QVDC.dll
-  DEPENDS qvdc_double ${QV_TEST_CERT_DIR}/signing.pem ${QV_TEST_CERT_DIR}/other.pem ${CMAKE_SOURCE_DIR}/scripts/sign-file
-  COMMENT "Signing QVDC.dll with the test key and with the other key")
-add_custom_target(qvdc_double_signed ALL DEPENDS ${QV_SIGNED_BIN}/QVDC.dll ${QV_SIGNED_OTHER_BIN}/QVDC.dll)
+  COMMAND ${qv_sign} extended $<TARGET_FILE:qvdc_double> ${QV_SIGNED_EXTENDED_BIN}/QVDC.dll
+  DEPENDS qvdc_double ${QV_TEST_CERT_DIR}/signing.pem ${QV_TEST_CERT_DIR}/other.pem ${QV_TEST_CERT_DIR}/extended.pem
+          ${CMAKE_SOURCE_DIR}/scripts/sign-file
+  COMMENT "Signing QVDC.dll with the test key, the other key and the extended tables' key")
+add_custom_target(qvdc_double_signed ALL DEPENDS ${QV_SIGNED_BIN}/QVDC.dll ${QV_SIGNED_OTHER_BIN}/QVDC.dll
+                  ${QV_SIGNED_EXTENDED_BIN}/QVDC.dll)
 enable_language(RC)
 foreach(major 5 4)
   add_executable(display_service_${major} tests/windows/display-library/VersionStandIn.c

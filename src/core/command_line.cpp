@@ -62,4 +62,23 @@ std::vector<std::wstring> SplitCommandLine(const std::wstring& line) {
     return args;
 }
 
+std::wstring QuoteArgument(const std::wstring& text) {
+    std::wstring quoted = L"\"";
+    size_t backslashes = 0;
+    for (wchar_t c : text) {
+        if (c == L'\\') {
+            ++backslashes;
+            continue;
+        }
+        // n backslashes before a quote are 2n+1 in front of the escaped quote; before anything
+        // else they stand as they are.
+        quoted.append(c == L'"' ? 2 * backslashes + 1 : backslashes, L'\\');
+        backslashes = 0;
+        quoted += c;
+    }
+    quoted.append(2 * backslashes, L'\\');  // before the closing quote
+    quoted += L'"';
+    return quoted;
+}
+
 }  // namespace Qv::Core

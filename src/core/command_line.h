@@ -11,4 +11,11 @@ namespace Qv::Core {
 
 std::vector<std::wstring> SplitCommandLine(const std::wstring& commandLine);
 
+// `text` as one argument of a command line, in double quotes, for SplitCommandLine (and
+// CommandLineToArgvW and the C runtime) to give back exactly: each quote escaped, and the
+// backslashes before a quote or the closing quote doubled. A text holding a NUL cannot be
+// passed whole (a command line ends at its first NUL): the caller refuses it (HasNul).
+std::wstring QuoteArgument(const std::wstring& text);
+inline bool HasNul(const std::wstring& text) { return text.find(L'\0') != std::wstring::npos; }
+
 }  // namespace Qv::Core

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cwctype>
 #include <memory>
 
 #if defined(__GNUC__)
@@ -95,6 +96,11 @@ std::string DemangledName(const std::type_info& type) {
     if (status == 0 && name) return name.get();
 #endif
     return type.name();
+}
+
+std::wstring Lower(std::wstring text) {
+    for (wchar_t& c : text) c = static_cast<wchar_t>(std::towlower(c));
+    return text;
 }
 
 }  // namespace Qv::Core

@@ -12,6 +12,9 @@ std::wstring Widen(std::string_view utf8);
 // UTF-16 to UTF-8. Unpaired surrogates become U+FFFD.
 std::string Narrow(std::wstring_view utf16);
 
+// Lower case as path comparisons fold it (towlower, one character at a time).
+std::wstring Lower(std::wstring text);
+
 // Readable run-time type name ("Qv::Bridge::...::DeviceControlService"), used as the class
 // part of log lines. The same in every build, whatever the compiler's own spelling.
 std::string DemangledName(const std::type_info& type);

@@ -20,6 +20,7 @@ UwpPackage Record(const platform::StorePackage& package) {
 }  // namespace
 
 using Logging::LogManager;
+using Services::DeviceControl::ScopedImpersonation;
 using Services::DeviceControl::UserSession;
 
 std::mutex UwpPackageDataAccess::rLock;
@@ -101,16 +102,21 @@ bool UwpPackageDataAccess::RegisterPackage(const std::wstring& packageFamilyName
         }
         if (*elevation == kElevationTypeDefault)
             throw std::runtime_error("Impersonated user is not part of the Admin. group.");
-        if (auto impersonated = user.Impersonate(token->get()); !impersonated) {
-            logger_->LogError(L"Problem during registration of %ls. Impersonation Operation. Error Code: %d", name,
-                              impersonated.Status());
-            return false;
+        platform::Result<bool> registered = platform::Failure{0};
+        {
+            // Reverted on every way out, an exception from the package manager's included.
+            ScopedImpersonation impersonation(user, token->get(), [&](int32_t status) {
+                logger_->LogError(L"Problem during registration of %ls. Reverting Impersonation. Error Code: %d", name,
+                                  status);
+            });
+            if (!impersonation) {
+                logger_->LogError(L"Problem during registration of %ls. Impersonation Operation. Error Code: %d", name,
+                                  impersonation.Status());
+                return false;
+            }
+            logger_->LogInfo(L"Impersonating user so UWP can be registered.");
+            registered = Ports().Packages().RegisterByFamilyName(packageFamilyName);
         }
-        logger_->LogInfo(L"Impersonating user so UWP can be registered.");
-        auto registered = Ports().Packages().RegisterByFamilyName(packageFamilyName);
-        if (auto reverted = user.RevertImpersonation(); !reverted)
-            logger_->LogError(L"Problem during registration of %ls. Reverting Impersonation. Error Code: %d", name,
-                              reverted.Status());
         if (!registered)
             Logging::LogComFailure(logger_, kClass, "RegisterPackage",
                                    L"PackageManager->RegisterPackageByFamilyNameAsync",
@@ -154,7 +160,8 @@ std::wstring UwpPackageDataAccess::SidToAccountName(const std::wstring& sidStrin
     return *account;
 }
 
-bool UwpPackageDataAccess::IsRunningAsSystem() const { return Ports().User().RunningAsSystem(); }
+// The calling thread's user: a host thread that impersonates a client is not the system.
+bool UwpPackageDataAccess::IsRunningAsSystem() const { return Ports().User().ThreadRunsAsSystem(); }
 
 }  // namespace Qv::Bridge::Server::Uwp
 

@@ -44,6 +44,8 @@ public:
     // first, the file is created exclusively and refused, unwritten, when it turns out to be a
     // reparse point or to have another name (a hard link). Nothing is ever written through a link.
     virtual Result<void> CreateNewFile(const std::wstring& path, const std::string& bytes) = 0;
+    // Removes the name (a link's own name, never what it leads to).
+    virtual Result<void> RemoveFile(const std::wstring& path) = 0;
 };
 
 }  // namespace Qv::platform

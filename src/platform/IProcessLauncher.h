@@ -16,9 +16,12 @@ public:
     // environment, hidden, waits for it and answers what it wrote to standard output and error.
     virtual Result<std::string> RunAndCapture(UserToken token, const std::wstring& applicationPath,
                                               const std::wstring& commandLine) = 0;
-    // Starts the executable of a store package for the token's user, without waiting.
-    virtual Result<void> StartPackagedApplication(UserToken token, const std::wstring& packageFamilyName,
-                                                  const std::wstring& executable) = 0;
+    // The install folder of the family's package, as the package store answers the calling
+    // thread's user (FindPackagesByPackageFamily and GetPackagePathByFullName look at the current
+    // user's packages): a thread that does not impersonate the user finds the service's own.
+    virtual Result<std::wstring> PackageFolder(const std::wstring& packageFamilyName) = 0;
+    // Starts `image` as the token's user with the user's environment, without waiting.
+    virtual Result<void> StartAsUser(UserToken token, const std::wstring& image) = 0;
     // Runs a command through the C runtime's command processor (`system`) in the service's own
     // context and waits for it: its status, negative when the processor could not run it.
     virtual int RunCommandProcessor(const std::string& command) = 0;

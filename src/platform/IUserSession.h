@@ -20,7 +20,10 @@ public:
     virtual uint32_t FindActiveSession() = 0;
     virtual Result<OwnedHandle> QueryUserToken(uint32_t sessionId) = 0;
     virtual Result<OwnedHandle> DuplicatePrimaryToken(UserToken token) = 0;
+    // Whether the service's process runs as SYSTEM.
     virtual bool RunningAsSystem() = 0;
+    // Whether the calling thread acts as SYSTEM: it does not while it impersonates someone.
+    virtual bool ThreadRunsAsSystem() = 0;
     // Impersonation is per thread; the thread that began it reverts it.
     virtual Result<void> Impersonate(UserToken token) = 0;
     virtual Result<void> RevertImpersonation() = 0;

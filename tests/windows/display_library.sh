@@ -26,7 +26,7 @@ called() { if [ -f "$calls" ]; then tr -d '\r' < "$calls"; fi; }
 # The module's log, written as UTF-8 or UTF-16 depending on the sink.
 log_has() { if [ -f "$1" ]; then tr -d '\0' < "$1" | grep -cF "$2"; else echo "no log"; fi; }
 
-for built in signed/QVDC.dll signed-other/QVDC.dll QVDC.dll DisplayControlService-5.exe DisplayControlService-4.exe; do
+for built in signed/QVDC.dll signed-other/QVDC.dll signed-extended/QVDC.dll QVDC.dll DisplayControlService-5.exe DisplayControlService-4.exe; do
   if [ ! -f "$bin/$built" ]; then
     echo "FAIL $bin/$built was not built (the test build's ALL target makes it)"
     exit 1
@@ -100,8 +100,9 @@ check "old service: no contrast" '{"result":-1}' \
 check "old service: logged" 1 "$(log_has "$old_log" 'DisplayHelper::InitQVDC: QVDC version out of date')"
 check "old service: the library was not loaded" "" "$(called)"
 
-# A library without a signature, and one signed by a key no table lists: refused before loading.
-for kind in unsigned other; do
+# A library without a signature, one signed by a key no table lists, and one signed by a key of the
+# maker's other programs that the library's own table does not list: refused before loading.
+for kind in unsigned other extended; do
   reset
   kind_log="$prefix/drive_c/display-$kind.log"
   rm -f "$kind_log"

@@ -224,7 +224,8 @@ std::wstring AudioHelper::DefaultDeviceId(int dataFlow) {
 bool AudioHelper::RunPowerShell(const std::wstring& script, const PowerShellTexts& texts, std::string& output,
                                 bool* stalled) {
     platform::Platform& platform = platform::Current();
-    const std::wstring commandLine = platform.Files().SystemFolder() + Audio::Realtek::kPowerShell + script;
+    const std::wstring commandLine =
+        L"\"" + platform.Files().SystemFolder() + PowerShell::kBelowSystemFolder + L"\"" + script;
     using Outcome = platform::IProcessLauncher::BoundedRun::Outcome;
     auto run = platform.Processes().RunBounded(commandLine, kPowerShellWaitMs, kPowerShellReadBytes);
     switch (run.outcome) {

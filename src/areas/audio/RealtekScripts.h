@@ -2,7 +2,8 @@
 // The PowerShell scripts that call the audio vendor's CIM class ("Root\RealtekAudio",
 // RtkAudioServiceStaticClass.ServiceCommandStaticMethod), as the vendor's service expects them,
 // and the words the vendor's answers are read by. The endpoint id is the only text that is not
-// ours: it goes in quoted for the script.
+// ours: it goes in quoted for the script. PowerShell starts without a profile and non-interactive
+// (kSwitches), from the system folder (kBelowSystemFolder).
 #include <string>
 
 #include "shared/powershell/PowerShellQuoting.h"
@@ -10,11 +11,10 @@
 namespace Qv::Audio::Realtek {
 
 inline constexpr wchar_t kServiceName[] = L"RtkAudioUniversalService";
-inline constexpr wchar_t kPowerShell[] = L"\\WindowsPowerShell\\v1.0\\powershell.exe";
 
 // Noise control: the endpoint id, then 1 or 0, then "Enabled" or "Disabled".
 inline constexpr wchar_t kNoiseBeforeId[] =
-    LR"ps( -NoProfile -ExecutionPolicy Bypass -Command "try { $SRV_CMD_Get_Support_RtkAINRForQv = [UInt32]0x100002A0;$SRV_CMD_Set_RtkAINRForQv = [UInt32]0x100002A2;$DevicePathEndpointId = ')ps";
+    LR"ps( -NoProfile -NonInteractive -ExecutionPolicy Bypass -Command "try { $SRV_CMD_Get_Support_RtkAINRForQv = [UInt32]0x100002A0;$SRV_CMD_Set_RtkAINRForQv = [UInt32]0x100002A2;$DevicePathEndpointId = ')ps";
 inline constexpr wchar_t kNoiseBeforeValue[] =
     LR"ps(';$result = Invoke-CimMethod -Namespace 'Root\RealtekAudio' -ClassName 'RtkAudioServiceStaticClass' -MethodName 'ServiceCommandStaticMethod' -Arguments @{DevicePath = $DevicePathEndpointId;Command = $SRV_CMD_Get_Support_RtkAINRForQv;Index = 0;InValue = 0} -ErrorAction Stop;if ($result.OutValue -eq 1) { $result2 = Invoke-CimMethod -Namespace 'Root\RealtekAudio' -ClassName 'RtkAudioServiceStaticClass' -MethodName 'ServiceCommandStaticMethod' -Arguments @{DevicePath = $DevicePathEndpointId;Command = $SRV_CMD_Set_RtkAINRForQv;Index = 0;InValue =)ps";
 inline constexpr wchar_t kNoiseBeforeState[] =
@@ -25,12 +25,12 @@ inline constexpr wchar_t kNoiseEnabled[] = L"Enabled";
 inline constexpr wchar_t kNoiseDisabled[] = L"Disabled";
 // Speaker swap support: the render endpoint id.
 inline constexpr wchar_t kSwapSupportBeforeId[] =
-    LR"ps( -NoProfile -ExecutionPolicy Bypass -Command "try { $SRV_CMD_Get_Support_Speaker_Swap = [UInt32]0x10000292;$DevicePathEndpointId = ')ps";
+    LR"ps( -NoProfile -NonInteractive -ExecutionPolicy Bypass -Command "try { $SRV_CMD_Get_Support_Speaker_Swap = [UInt32]0x10000292;$DevicePathEndpointId = ')ps";
 inline constexpr wchar_t kSwapSupportEnd[] =
     LR"ps(';$result = Invoke-CimMethod -Namespace 'Root\RealtekAudio' -ClassName 'RtkAudioServiceStaticClass' -MethodName 'ServiceCommandStaticMethod' -Arguments @{DevicePath=$DevicePathEndpointId; Command=$SRV_CMD_Get_Support_Speaker_Swap; Index=0; InValue=0} -ErrorAction Stop; if ($result.OutValue -eq 1) { Write-Host 'Supported' } else { Write-Host 'Not Possible' }} catch { Write-Host 'Exception thrown' }")ps";
 // Speaker swap: the render endpoint id, then 1 or 0.
 inline constexpr wchar_t kSwapBeforeId[] =
-    LR"ps( -NoProfile -ExecutionPolicy Bypass -Command "try { $SRV_CMD_Set_Speaker_Swap_Status = [UInt32]0x10000294;$DevicePathEndpointId = ')ps";
+    LR"ps( -NoProfile -NonInteractive -ExecutionPolicy Bypass -Command "try { $SRV_CMD_Set_Speaker_Swap_Status = [UInt32]0x10000294;$DevicePathEndpointId = ')ps";
 inline constexpr wchar_t kSwapBeforeValue[] =
     LR"ps(';$result = Invoke-CimMethod -Namespace 'Root\RealtekAudio' -ClassName 'RtkAudioServiceStaticClass' -MethodName 'ServiceCommandStaticMethod' -Arguments @{DevicePath=$DevicePathEndpointId; Command=$SRV_CMD_Set_Speaker_Swap_Status; Index=0; InValue=)ps";
 inline constexpr wchar_t kSwapEnd[] =

@@ -155,15 +155,26 @@ bool DisplayHelper::InitQVDC() {
     }
     // Verify-then-load on one file: open without write, delete or rename sharing from before the
     // check until the library is loaded.
+    // Signed with a key of the main table (the display-control library's own, not the wider one
+    // of the maker's programs), and in a folder only administrators can write.
     auto pinned = platform_.Files().OpenForExecution(path);
-    Security::QVAuthenticodeFacade facade(platform_, Security::TrustTables::Builtin());
-    if (!pinned || !facade.IsQvSignedFile(path.c_str())) {
+    const Security::TrustTables& tables = Security::TrustTables::Builtin();
+    Security::QVAuthenticodeFacade facade(platform_, tables);
+    if (!pinned || !facade.IsFileTrusted(path.c_str(), &tables.main) || !facade.IsPathAllowed(path.c_str())) {
         logger_->LogError(L"DisplayHelper::InitQVDC: QVDC library not signed by QV!");
         return false;
     }
     auto loaded = control.Load(path);
     if (!loaded) {
         logger_->LogError(L"DisplayHelper::InitQVDC: QVDC library not found!");
+        return false;
+    }
+    // What the loader mapped must be the file that was verified (not a copy of that name that
+    // was loaded already, nor one a redirection chose).
+    const auto mapped = (*loaded)->FilePath();
+    if (!mapped || Core::Lower(*mapped) != Core::Lower(path)) {
+        logger_->LogError(L"DisplayHelper::InitQVDC: QVDC library loaded from %s, not from the file that was verified",
+                          mapped ? mapped->c_str() : L"an unknown file");
         return false;
     }
     library_ = std::move(*loaded);

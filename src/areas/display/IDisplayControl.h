@@ -22,6 +22,8 @@ public:
     virtual std::optional<int32_t> CallWithOutputs(const char* name, int32_t* a, int32_t* b, int32_t* c, int32_t* d) = 0;
     // f(int* array, int capacity)
     virtual std::optional<int32_t> CallWithArray(const char* name, int32_t* array, int32_t capacity) = 0;
+    // The file the loaded module was mapped from, as the loader reports it.
+    virtual Result<std::wstring> FilePath() = 0;
 };
 
 // The display vendor's software on this machine: its service executable's version and its
@@ -39,7 +41,8 @@ public:
 
     virtual ~IDisplayControl() = default;
     virtual FileVersion ReadFileVersion(const std::wstring& path) = 0;
-    // Loads the library at the full path `path`; the failure carries the system's error.
+    // Loads the library at the full path `path`, its own imports searched for in its folder and
+    // the system folder only (never on PATH); the failure carries the system's error.
     virtual Result<std::shared_ptr<IDisplayLibrary>> Load(const std::wstring& path) = 0;
 };
 

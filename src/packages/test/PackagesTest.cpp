@@ -95,6 +95,28 @@ TEST_F(PackagesTest, RegistrationIsRefusedOutsideItsRules) {
                               L"Retrieval Operation. Error Code: 1008"));
 }
 
+// "Running as SYSTEM" is the calling thread's user: a host thread that impersonates its client is
+// not the system, and keeps its impersonation. Whatever the package manager does, the thread is
+// back to itself afterwards.
+TEST_F(PackagesTest, RegistrationLooksAtTheThreadAndAlwaysReverts) {
+    Install(kFamily, {});
+    int client = 0;
+    ASSERT_TRUE(device.User().Impersonate(&client));
+    EXPECT_FALSE(packages.RegisterPackage(kFamily));
+    EXPECT_EQ(log->Count(LogLevel::Warning, L"Not a System user"), 1u);
+    EXPECT_TRUE(device.Impersonating()) << "the caller's impersonation was dropped";
+    EXPECT_TRUE(UsersOf(kFamily).empty());
+    ASSERT_TRUE(device.User().RevertImpersonation());
+
+    device.SimulatedPackages().ThrowOnNextRegistration();
+    EXPECT_FALSE(packages.RegisterPackage(kFamily));
+    EXPECT_TRUE(log->Contains(L"UwpPackageDataAccess.RegisterPackage - the deployment raised"));
+    EXPECT_FALSE(device.Impersonating());
+    EXPECT_TRUE(packages.RegisterPackage(kFamily));
+    EXPECT_EQ(UsersOf(kFamily), std::vector<std::wstring>{kAvery});
+    EXPECT_FALSE(device.Impersonating());
+}
+
 TEST_F(PackagesTest, FindPackagesMatchesPublisherIdAndNameExactly) {
     Install(kFamily, {kAvery});
     EXPECT_TRUE(packages.FindPackages(L"k4m2x9trq7bw3", L"5E0C2A91.LumenCenter"));

@@ -57,7 +57,7 @@ void SimDevice::SetRunningAsSystem(bool system) {
 
 bool SimDevice::Impersonating() {
     std::lock_guard<std::mutex> lock(world_.mutex);
-    return world_.impersonating;
+    return !world_.impersonations.empty();
 }
 
 void SimDevice::InstallTool(const std::vector<uint8_t>& key, int32_t status) {

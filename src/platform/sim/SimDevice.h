@@ -71,6 +71,7 @@ public:
     size_t UuidsIssued() const { return uuids_.Issued(); }
     std::vector<platform::EventHandle> ClosedEvents() const { return events_.Closed(); }
     std::vector<uint32_t> Sleeps() const { return clock_.Sleeps(); }
+    // Whether any thread impersonates.
     bool Impersonating();
     int OpenProcessHandles() const { return rpc_.OpenProcessHandles(); }
     // The most recent command lines run as the user, oldest first.

@@ -112,6 +112,17 @@ platform::Result<void> SimFileSystem::CreateNewFile(const std::wstring& path, co
     return platform::Success();
 }
 
+platform::Result<void> SimFileSystem::RemoveFile(const std::wstring& path) {
+    QV_SIM_FAULT(world_.faults, Files);
+    constexpr int32_t kAccessDenied = 5;
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    const std::wstring name = Lower(path);
+    if (world_.undeletable.count(name) != 0) return platform::Failure{kAccessDenied};
+    if (world_.files.erase(name) == 0) return platform::Failure{kErrorFileNotFound};
+    world_.contents.erase(name);
+    return platform::Success();
+}
+
 int SimFileSystem::PinnedFiles() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return pinnedFiles_;

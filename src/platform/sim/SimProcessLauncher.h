@@ -15,14 +15,15 @@ public:
 
     platform::Result<std::string> RunAndCapture(platform::UserToken token, const std::wstring& applicationPath,
                                                 const std::wstring& commandLine) override;
-    platform::Result<void> StartPackagedApplication(platform::UserToken token, const std::wstring& packageFamilyName,
-                                                    const std::wstring& executable) override;
+    platform::Result<std::wstring> PackageFolder(const std::wstring& packageFamilyName) override;
+    platform::Result<void> StartAsUser(platform::UserToken token, const std::wstring& image) override;
     int RunCommandProcessor(const std::string& command) override;
     BoundedRun RunBounded(const std::wstring& commandLine, uint32_t waitMilliseconds, size_t maxBytes) override;
 
     // The most recent command lines run as the user, oldest first, and how many there were.
     std::vector<std::wstring> CommandLines() const;
     size_t CommandLinesTotal() const;
+    // The images started as the user (StartAsUser), oldest first.
     std::vector<std::wstring> StartedPackages() const;
     // The most recent commands run through the command processor, oldest first.
     std::vector<std::string> ProcessorCommands() const;

@@ -66,13 +66,13 @@ platform::Result<void> SimRpcCall::ImpersonateClient() {
     }
     if (status != 0) return platform::Failure{status};
     std::lock_guard<std::mutex> lock(world_.mutex);
-    world_.impersonating = true;
+    world_.impersonations[std::this_thread::get_id()] = world_.userSecurityId;  // the client runs as the user
     return platform::Success();
 }
 
 void SimRpcCall::RevertToSelf() {
     std::lock_guard<std::mutex> lock(world_.mutex);
-    world_.impersonating = false;
+    world_.impersonations.erase(std::this_thread::get_id());
 }
 
 platform::Result<std::wstring> SimRpcCall::PackageFamilyName(void* processHandle) {

@@ -1,6 +1,7 @@
 #include "platform/sim/SimStorePackages.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace Qv::Sim {
 namespace {
@@ -73,12 +74,15 @@ platform::Result<std::vector<platform::PackageUser>> SimStorePackages::UsersOf(c
     return std::vector<platform::PackageUser>{};
 }
 
+void SimStorePackages::ThrowOnNextRegistration() { throwOnRegistration_ = true; }
+
 platform::Result<bool> SimStorePackages::RegisterByFamilyName(const std::wstring& familyName) {
     QV_SIM_FAULT(world_.faults, Packages);
+    if (throwOnRegistration_.exchange(false)) throw std::runtime_error("the deployment raised");
     std::lock_guard<std::mutex> lock(world_.mutex);
     if (!world_.packageManagerAvailable) return platform::Failure{kClassNotRegistered};
     // Registered for whoever calls: without impersonation that would be the service's own account.
-    const std::wstring user = world_.impersonating ? world_.userSecurityId : L"S-1-5-18";
+    const std::wstring user = ThreadUser(world_);
     for (auto& entry : world_.packages) {
         if (entry.package.familyName != familyName) continue;
         for (auto& existing : entry.users)

@@ -1,4 +1,6 @@
 #pragma once
+#include <atomic>
+
 #include "platform/IStorePackages.h"
 #include "platform/sim/SimWorld.h"
 
@@ -24,9 +26,12 @@ public:
     static platform::StorePackage Package(const std::wstring& familyName, const std::wstring& version);
     void Install(const platform::StorePackage& package, const std::vector<std::wstring>& users);
     void SetAvailable(bool available);
+    // The next registration raises (the runtime's exception out of the deployment).
+    void ThrowOnNextRegistration();
 
 private:
     SimWorld& world_;
+    std::atomic<bool> throwOnRegistration_{false};
 };
 
 }  // namespace Qv::Sim

@@ -40,18 +40,24 @@ bool SimUserSession::RunningAsSystem() {
     return world_.runningAsSystem;
 }
 
+bool SimUserSession::ThreadRunsAsSystem() {
+    if (world_.faults.Enter(SimPort::User)) return false;
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    return ThreadUser(world_) == kSystemSid;
+}
+
 platform::Result<void> SimUserSession::Impersonate(platform::UserToken token) {
     QV_SIM_FAULT(world_.faults, User);
     if (token == nullptr) return platform::Failure{kErrorInvalidHandle};
     std::lock_guard<std::mutex> lock(world_.mutex);
-    world_.impersonating = true;
+    world_.impersonations[std::this_thread::get_id()] = world_.userSecurityId;  // the console user's token
     return platform::Success();
 }
 
 platform::Result<void> SimUserSession::RevertImpersonation() {
     QV_SIM_FAULT(world_.faults, User);
     std::lock_guard<std::mutex> lock(world_.mutex);
-    world_.impersonating = false;
+    world_.impersonations.erase(std::this_thread::get_id());
     return platform::Success();
 }
 

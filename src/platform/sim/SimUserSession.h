@@ -15,6 +15,7 @@ public:
     platform::Result<platform::OwnedHandle> QueryUserToken(uint32_t sessionId) override;
     platform::Result<platform::OwnedHandle> DuplicatePrimaryToken(platform::UserToken token) override;
     bool RunningAsSystem() override;
+    bool ThreadRunsAsSystem() override;
     platform::Result<void> Impersonate(platform::UserToken token) override;
     platform::Result<void> RevertImpersonation() override;
     platform::Result<std::wstring> ExpandForUser(platform::UserToken token, const std::wstring& text) override;

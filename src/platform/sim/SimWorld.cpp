@@ -15,9 +15,22 @@ SimWorld::SimWorld() {
         (*env)[L"PROGRAMDATA"] = L"C:\\ProgramData";
     }
     environment[L"USERPROFILE"] = L"C:\\Windows\\system32\\config\\systemprofile";
+    environment[L"PATH"] = L"C:\\Windows\\system32;C:\\Windows;C:\\Windows\\System32\\WindowsPowerShell\\v1.0\\";
+    userEnvironment[L"PATH"] = environment[L"PATH"];
+    // The system's programs the service starts.
+    for (const wchar_t* program : {L"c:\\windows\\system32\\windowspowershell\\v1.0\\powershell.exe",
+                                   L"c:\\windows\\explorer.exe", L"c:\\windows\\system32\\taskkill.exe",
+                                   L"c:\\windows\\system32\\cmd.exe", L"c:\\windows\\system32\\systemsettingsadminflows.exe"})
+        files.insert(program);
     userEnvironment[L"USERPROFILE"] = L"C:\\Users\\Avery";
     accounts[userSecurityId] = L"Avery";
     accounts[L"S-1-5-18"] = L"SYSTEM";
+}
+
+std::wstring ThreadUser(const SimWorld& world) {
+    auto found = world.impersonations.find(std::this_thread::get_id());
+    if (found != world.impersonations.end()) return found->second;
+    return world.runningAsSystem ? kSystemSid : L"S-1-5-20";
 }
 
 std::wstring Follow(const SimWorld& world, const std::wstring& lowerPath) {

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/ICodeSignatures.h"
@@ -42,7 +43,18 @@ struct SimWorld {
     bool runningAsSystem = true;
     // The signed-in user's token: 3, the limited half of an administrator's; 1, a standard user.
     int32_t userElevationType = 3;
-    bool impersonating = false;  // the client or the user, on any thread
+    // Whom each thread acts as while it impersonates: the signed-in user (a user token) or the
+    // RPC client; a thread not listed acts as the service's own account.
+    std::map<std::thread::id, std::wstring> impersonations;
+    // Who the program being run runs as: the service itself, or the signed-in user. Set by the
+    // launcher around each run, under the lock.
+    enum class RunAs { Service, User } runAs = RunAs::Service;
+    // Programs that ran from somewhere other than the Windows folder: what a user planted on a
+    // search path ("<image> <arguments>"). Such a program does nothing else here.
+    Recent<std::wstring> plantedRuns;
+    // PowerShell profile scripts that ran: a PowerShell started without -NoProfile runs its
+    // user's profile, when there is one.
+    Recent<std::wstring> profileRuns;
     bool commandProcessorMissing = false;  // `system` cannot start cmd.exe: it answers -1
 
     // Folders that exist (lower-case), beyond the files' own; the service's store folders with
@@ -75,6 +87,11 @@ struct SimWorld {
 
 inline constexpr wchar_t kSystemSid[] = L"S-1-5-18";
 inline constexpr wchar_t kAdministratorsSid[] = L"S-1-5-32-544";
+
+// The SID text of whom the calling thread acts as: whom it impersonates, else the service's own
+// account (SYSTEM, or NETWORK SERVICE for a service that does not run as SYSTEM). The world's
+// lock held.
+std::wstring ThreadUser(const SimWorld& world);
 
 // A lower-case path with every junction on its way followed (the world's lock held).
 std::wstring Follow(const SimWorld& world, const std::wstring& lowerPath);

@@ -136,4 +136,9 @@ Result<void> WinFileSystem::CreateNewFile(const std::wstring& path, const std::s
     return Success();
 }
 
+Result<void> WinFileSystem::RemoveFile(const std::wstring& path) {
+    if (!DeleteFileW(path.c_str())) return Failure{static_cast<int32_t>(GetLastError())};
+    return Success();
+}
+
 }  // namespace Qv::platform::windows

@@ -106,8 +106,7 @@ Result<std::string> WinProcessLauncher::RunAndCapture(UserToken token, const std
     return output;
 }
 
-Result<void> WinProcessLauncher::StartPackagedApplication(UserToken token, const std::wstring& packageFamilyName,
-                                                          const std::wstring& executable) {
+Result<std::wstring> WinProcessLauncher::PackageFolder(const std::wstring& packageFamilyName) {
     auto* logger = LogManager::GetLogger();
     HMODULE kernel = GetModuleHandleW(L"kernel32.dll");
     auto findPackages = proc_address<FindPackagesByPackageFamilyFn>(kernel, "FindPackagesByPackageFamily");
@@ -153,14 +152,10 @@ Result<void> WinProcessLauncher::StartPackagedApplication(UserToken token, const
         return Failure{result};
     }
     folder.resize(wcslen(folder.c_str()));
+    return folder;
+}
 
-    std::vector<wchar_t> expanded(32768);
-    const std::wstring unexpanded = folder + L"\\" + executable;
-    if (!ExpandEnvironmentStringsForUserW(static_cast<HANDLE>(token), unexpanded.c_str(), expanded.data(),
-                                          static_cast<DWORD>(expanded.size()))) {
-        logger->LogError(L"Problem while expanding path.");
-        return Failure{static_cast<int32_t>(GetLastError())};
-    }
+Result<void> WinProcessLauncher::StartAsUser(UserToken token, const std::wstring& image) {
     unique_environment environment;
     if (!CreateEnvironmentBlock(environment.put(), static_cast<HANDLE>(token), FALSE))
         return Failure{static_cast<int32_t>(GetLastError())};
@@ -177,12 +172,12 @@ Result<void> WinProcessLauncher::StartPackagedApplication(UserToken token, const
     startup.StartupInfo.cb = sizeof(startup);
     startup.lpAttributeList = attributes.get();
     unique_process_information process;
-    std::wstring commandLine = L"\"" + std::wstring(expanded.data()) + L"\"";
-    if (!CreateProcessAsUserW(static_cast<HANDLE>(token), expanded.data(), commandLine.data(), nullptr, nullptr, FALSE,
+    std::wstring commandLine = L"\"" + image + L"\"";
+    if (!CreateProcessAsUserW(static_cast<HANDLE>(token), image.c_str(), commandLine.data(), nullptr, nullptr, FALSE,
                               CREATE_UNICODE_ENVIRONMENT | EXTENDED_STARTUPINFO_PRESENT, environment.get(), nullptr,
                               &startup.StartupInfo, process.put())) {
         const DWORD error = GetLastError();
-        logger->LogError(L"Problem while creating process as user %d.", static_cast<int>(error));
+        LogManager::GetLogger()->LogError(L"Problem while creating process as user %d.", static_cast<int>(error));
         return Failure{static_cast<int32_t>(error)};
     }
     return Success();

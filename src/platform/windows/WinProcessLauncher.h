@@ -9,8 +9,8 @@ class WinProcessLauncher : public IProcessLauncher {
 public:
     Result<std::string> RunAndCapture(UserToken token, const std::wstring& applicationPath,
                                       const std::wstring& commandLine) override;
-    Result<void> StartPackagedApplication(UserToken token, const std::wstring& packageFamilyName,
-                                          const std::wstring& executable) override;
+    Result<std::wstring> PackageFolder(const std::wstring& packageFamilyName) override;
+    Result<void> StartAsUser(UserToken token, const std::wstring& image) override;
     int RunCommandProcessor(const std::string& command) override;
     BoundedRun RunBounded(const std::wstring& commandLine, uint32_t waitMilliseconds, size_t maxBytes) override;
 };

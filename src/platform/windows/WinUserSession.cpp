@@ -83,14 +83,31 @@ Result<OwnedHandle> WinUserSession::DuplicatePrimaryToken(UserToken token) {
     return share_handle(std::move(primary));
 }
 
+namespace {
+
+bool TokenIsSystem(HANDLE token) {
+    DWORD size = 0;
+    GetTokenInformation(token, TokenUser, nullptr, 0, &size);
+    std::vector<BYTE> buffer(size);
+    if (size == 0 || !GetTokenInformation(token, TokenUser, buffer.data(), size, &size)) return false;
+    return IsWellKnownSid(reinterpret_cast<TOKEN_USER*>(buffer.data())->User.Sid, WinLocalSystemSid) != FALSE;
+}
+
+}  // namespace
+
 bool WinUserSession::RunningAsSystem() {
     unique_handle token;
     if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, token.put())) return false;
-    DWORD size = 0;
-    GetTokenInformation(token.get(), TokenUser, nullptr, 0, &size);
-    std::vector<BYTE> buffer(size);
-    if (size == 0 || !GetTokenInformation(token.get(), TokenUser, buffer.data(), size, &size)) return false;
-    return IsWellKnownSid(reinterpret_cast<TOKEN_USER*>(buffer.data())->User.Sid, WinLocalSystemSid) != FALSE;
+    return TokenIsSystem(token.get());
+}
+
+bool WinUserSession::ThreadRunsAsSystem() {
+    // The thread's own token while it impersonates (read as the process, which may always read
+    // it); otherwise the process's.
+    unique_handle token;
+    if (OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, TRUE, token.put())) return TokenIsSystem(token.get());
+    if (GetLastError() != ERROR_NO_TOKEN) return false;
+    return RunningAsSystem();
 }
 
 Result<void> WinUserSession::Impersonate(UserToken token) {

@@ -13,6 +13,7 @@ public:
     Result<OwnedHandle> QueryUserToken(uint32_t sessionId) override;
     Result<OwnedHandle> DuplicatePrimaryToken(UserToken token) override;
     bool RunningAsSystem() override;
+    bool ThreadRunsAsSystem() override;
     Result<void> Impersonate(UserToken token) override;
     Result<void> RevertImpersonation() override;
     Result<std::wstring> ExpandForUser(UserToken token, const std::wstring& text) override;

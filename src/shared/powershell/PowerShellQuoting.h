@@ -1,10 +1,30 @@
 #pragma once
-// Texts inside single-quoted strings of PowerShell scripts that the service runs, and how
-// PowerShell reads them back (the simulated PowerShell uses that side).
+// How the service starts PowerShell, the texts inside single-quoted strings of its scripts, and
+// how PowerShell reads them back (the simulated PowerShell uses that side).
 #include <optional>
 #include <string>
 
 namespace Qv::PowerShell {
+
+// PowerShell below the system folder, named in full: a search of PATH would run whatever a user
+// put in a folder on it first.
+inline constexpr wchar_t kBelowSystemFolder[] = L"\\WindowsPowerShell\\v1.0\\powershell.exe";
+// Every PowerShell the module starts: no profile script (a user's profile is the user's to
+// write, and would run with the token the service hands over) and nothing that waits for input.
+inline constexpr wchar_t kSwitches[] = L"-NoProfile -NonInteractive";
+
+// The characters a -like pattern reads as wildcards, and its escape character.
+inline bool IsWildcard(wchar_t c) { return c == L'*' || c == L'?' || c == L'[' || c == L']' || c == L'`'; }
+
+// `text` as a -like pattern that matches exactly it: each wildcard character escaped.
+inline std::wstring EscapeWildcards(const std::wstring& text) {
+    std::wstring escaped;
+    for (wchar_t c : text) {
+        if (IsWildcard(c)) escaped += L'`';
+        escaped += c;
+    }
+    return escaped;
+}
 
 // The characters PowerShell takes for a single quote: the apostrophe and the typographic ones.
 inline bool IsPowerShellQuote(wchar_t c) {

@@ -1,5 +1,6 @@
 #include "shared/tool/ToolRunner.h"
 
+#include "core/command_line.h"
 #include "core/logging.h"
 #include "core/strings.h"
 #include "security/Authenticode.h"
@@ -9,11 +10,13 @@ namespace Qv::Bridge::Server::Services::DeviceControl {
 
 std::wstring ToolRunner::CommandLine(const std::wstring& toolPath, const std::wstring& area,
                                      const std::wstring& function, const std::wstring& argument) {
-    return L"\"" + toolPath + L"\" " + area + L" " + function + L" \"" + argument + L"\"";
+    return L"\"" + toolPath + L"\" " + area + L" " + function + L" " + Core::QuoteArgument(argument);
 }
 
 bool ToolRunner::Run(const std::wstring& area, const std::wstring& function, const std::wstring& argument,
                      std::wstring& reply, Tool::Reply minusOne) {
+    // A NUL would end the command line early and drop what follows it.
+    if (Core::HasNul(argument)) return false;
     UserSession user(platform_);
     const std::wstring tool = user.ResolveModuleFile(kToolName);
 

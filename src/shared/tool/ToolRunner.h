@@ -16,12 +16,14 @@ public:
     explicit ToolRunner(platform::Platform& platform) : platform_(platform) {}
 
     // The command line for a verified tool path. The path is quoted so that a folder with
-    // blanks ("C:\Program Files\...") cannot be read as "C:\Program" plus arguments.
+    // blanks ("C:\Program Files\...") cannot be read as "C:\Program" plus arguments, and the
+    // argument (a client's text, at times) so that the tool reads it back whole as its one
+    // argument, whatever quotes and backslashes it holds.
     static std::wstring CommandLine(const std::wstring& toolPath, const std::wstring& area,
                                     const std::wstring& function, const std::wstring& argument);
 
     // The tool's first output line; false when the tool is missing or untrusted, cannot be run,
-    // or answers "-1". Nothing is started for an untrusted tool.
+    // or answers "-1". Nothing is started for an untrusted tool, or for an argument holding a NUL.
     bool Run(const std::wstring& area, const std::wstring& function, const std::wstring& argument,
              std::wstring& reply, Tool::Reply minusOne = Tool::Reply::MinusOneFails);
 

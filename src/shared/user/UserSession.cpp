@@ -10,6 +10,20 @@ namespace Qv::Bridge::Server::Services::DeviceControl {
 
 using Logging::LogManager;
 
+ScopedImpersonation::ScopedImpersonation(platform::IUserSession& user, platform::UserToken token,
+                                         std::function<void(int32_t)> revertFailed)
+    : user_(user), started_(user.Impersonate(token)), revertFailed_(std::move(revertFailed)) {}
+
+ScopedImpersonation::~ScopedImpersonation() {
+    if (!started_) return;
+    const auto reverted = user_.RevertImpersonation();
+    if (reverted) return;
+    if (revertFailed_)
+        revertFailed_(reverted.Status());
+    else
+        LogManager::GetLogger()->LogError(L"Problem while reverting the impersonation.");
+}
+
 UserSession::UserSession() : UserSession(platform::Current()) {}
 
 UserSession::UserSession(platform::Platform& platform) : platform_(platform) {}
@@ -57,12 +71,15 @@ std::wstring UserSession::ExpandForUser(const std::wstring& path) {
     platform::OwnedHandle token;
     if (!GetUserTokenForCurrentUser(token)) return {};
     platform::IUserSession& user = platform_.User();
-    if (!user.Impersonate(token.get())) {
-        logger->LogError(L"Problem while impersonating logged in user.");
-        return {};
+    platform::Result<std::wstring> expanded = platform::Failure{0};
+    {
+        ScopedImpersonation impersonation(user, token.get());
+        if (!impersonation) {
+            logger->LogError(L"Problem while impersonating logged in user.");
+            return {};
+        }
+        expanded = user.ExpandForUser(token.get(), path);
     }
-    auto expanded = user.ExpandForUser(token.get(), path);
-    if (!user.RevertImpersonation()) logger->LogError(L"Problem while reverting the impersonation.");
     if (!expanded) {
         logger->LogError(L"Problem while expanding path.");
         return {};
@@ -126,10 +143,33 @@ bool UserSession::Revert() {
     return false;
 }
 
+uint32_t UserSession::ConsoleSessionId() {
+    platform::IUserSession& user = platform_.User();
+    const uint32_t session = user.ActiveConsoleSessionId();
+    return session != platform::IUserSession::kNoSession ? session : user.FindActiveSession();
+}
+
 bool UserSession::StartPackagedApplication(const std::wstring& packageFamilyName, const std::wstring& executable) {
+    auto* logger = LogManager::GetLogger();
     platform::OwnedHandle token;
     if (!GetUserTokenForCurrentUser(token)) return false;
-    return platform_.Processes().StartPackagedApplication(token.get(), packageFamilyName, executable).Ok();
+    platform::IUserSession& user = platform_.User();
+    platform::Result<std::wstring> folder = platform::Failure{0};
+    {
+        ScopedImpersonation asTheUser(user, token.get());
+        if (!asTheUser) {
+            logger->LogError(L"Problem while impersonating logged in user.");
+            return false;
+        }
+        folder = platform_.Processes().PackageFolder(packageFamilyName);
+    }
+    if (!folder) return false;
+    const auto image = user.ExpandForUser(token.get(), *folder + L"\\" + executable);
+    if (!image) {
+        logger->LogError(L"Problem while expanding path.");
+        return false;
+    }
+    return platform_.Processes().StartAsUser(token.get(), *image).Ok();
 }
 
 }  // namespace Qv::Bridge::Server::Services::DeviceControl

@@ -1,6 +1,8 @@
 #pragma once
 // Acting in the name of the user at the console: the user's token, paths in the user's
 // environment, files beside the module, and running a command line as the user.
+#include <cstdint>
+#include <functional>
 #include <string>
 
 #include "platform/platform.h"
@@ -11,6 +13,27 @@ namespace Qv::Bridge::Server::Services::DeviceControl {
 constexpr const wchar_t* kFallbackFolder = L"%ProgramFiles%\\DeviceControl";
 // At most this many characters of a program's output are kept.
 constexpr size_t kMaxCapturedChars = 511;
+
+// This thread impersonates the token's user while it lives, and reverts on every way out,
+// an exception's included. A failed revert is logged ("Problem while reverting the
+// impersonation.") or handed to the caller's `revertFailed` with the system's status.
+class ScopedImpersonation {
+public:
+    ScopedImpersonation(platform::IUserSession& user, platform::UserToken token,
+                        std::function<void(int32_t status)> revertFailed = nullptr);
+    ~ScopedImpersonation();
+    ScopedImpersonation(const ScopedImpersonation&) = delete;
+    ScopedImpersonation& operator=(const ScopedImpersonation&) = delete;
+
+    // Whether the impersonation began, and the system's status when it did not.
+    explicit operator bool() const { return started_.Ok(); }
+    int32_t Status() const { return started_.Status(); }
+
+private:
+    platform::IUserSession& user_;
+    platform::Result<void> started_;
+    std::function<void(int32_t)> revertFailed_;
+};
 
 class UserSession {
 public:
@@ -35,7 +58,11 @@ public:
     bool ImpersonateUser();
     // Ends this thread's impersonation; a failure is logged and answered false.
     bool Revert();
-    // Starts a store application's executable as the user.
+    // The session of the user at the console; IUserSession::kNoSession when there is none.
+    uint32_t ConsoleSessionId();
+    // Starts a store application's executable as the user. The package is looked up while
+    // impersonating the user: the store answers for the thread's user, and the service's own
+    // account has no such package.
     bool StartPackagedApplication(const std::wstring& packageFamilyName, const std::wstring& executable);
 
 private:

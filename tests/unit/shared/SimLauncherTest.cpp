@@ -21,22 +21,56 @@ TEST(SimLauncherTest, WhatTheLaptopDoesNotHaveDoesNotRun) {
     Sim::SimDevice device;
     auto& processes = device.Processes();
     int token = 0;
+    const std::wstring powerShell = L"\"C:\\Windows\\system32\\WindowsPowerShell\\v1.0\\powershell.exe\" ";
     // No such program on the search path, and a named image that is not there.
     EXPECT_EQ(processes.RunAndCapture(&token, L"", L"notepad.exe x.txt").Status(), 2);
     EXPECT_EQ(processes.RunAndCapture(&token, L"C:\\Tools\\powershell.exe", L"powershell.exe -Command \"x\"").Status(), 2);
     EXPECT_EQ(processes.RunAndCapture(nullptr, L"", L"powershell.exe -Command \"x\"").Status(), 6);
-    // A script PowerShell would not understand fails there, as PowerShell fails it.
-    const auto refused = processes.RunAndCapture(&token, L"", L"powershell.exe -Command \"Remove-Item C:\\x\"");
-    ASSERT_TRUE(refused.Ok());
-    EXPECT_NE(refused->find("not recognized"), std::string::npos);
+    // A script PowerShell would not understand fails there, as PowerShell fails it; so does a
+    // PowerShell started without -NoProfile -NonInteractive, which is not the service's.
+    for (const wchar_t* script : {L"-NoProfile -NonInteractive -Command \"Remove-Item C:\\x\"",
+                                  L"-Command \"Get-StartApps | Where-Object { $_.name -eq 'x' } | Select-Object "
+                                  L"-ExpandProperty AppID -First 1\""}) {
+        const auto refused = processes.RunAndCapture(&token, L"", powerShell + script);
+        ASSERT_TRUE(refused.Ok());
+        EXPECT_NE(refused->find("not recognized"), std::string::npos);
+    }
 
     // The command processor: an unknown program is cmd's 1, a missing processor -1.
+    const std::string kill = "taskkill /F /T /FI \"SESSION eq 1\" /IM none.exe";
     EXPECT_EQ(processes.RunCommandProcessor("format C:"), 1);
-    EXPECT_EQ(processes.RunCommandProcessor("taskkill /F /T /IM none.exe"), 128);
+    EXPECT_EQ(processes.RunCommandProcessor(kill), 128);
     device.WithWorld([](Sim::SimWorld& world) { world.commandProcessorMissing = true; });
-    EXPECT_EQ(processes.RunCommandProcessor("taskkill /F /T /IM none.exe"), -1);
-    EXPECT_EQ(device.ProcessorCommands(),
-              (std::vector<std::string>{"format C:", "taskkill /F /T /IM none.exe", "taskkill /F /T /IM none.exe"}));
+    EXPECT_EQ(processes.RunCommandProcessor(kill), -1);
+    EXPECT_EQ(device.ProcessorCommands(), (std::vector<std::string>{"format C:", kill, kill}));
+}
+
+// A bare program name is looked for as CreateProcess looks: the system folders, then PATH. What
+// a user put first on PATH runs instead (recorded, and nothing else); a full path does not reach
+// it. A PowerShell started without -NoProfile runs its user's profile.
+TEST(SimLauncherTest, ABareNameFindsWhatAUserPlantedOnThePath) {
+    Sim::SimDevice device;
+    auto& processes = device.Processes();
+    int token = 0;
+    device.WithWorld([](Sim::SimWorld& world) {
+        world.environment[L"PATH"] = L"C:\\Users\\Avery\\bin;" + world.environment[L"PATH"];
+        world.files.insert(L"c:\\users\\avery\\bin\\powershell.exe");
+        world.files.insert(L"c:\\users\\avery\\documents\\windowspowershell\\profile.ps1");
+    });
+    const std::wstring script = L" -Command \"Get-StartApps | Where-Object { $_.name -eq 'x' } | Select-Object "
+                                L"-ExpandProperty AppID -First 1\"";
+    EXPECT_TRUE(processes.RunAndCapture(&token, L"", L"powershell.exe" + script).Ok());
+    EXPECT_EQ(processes.RunBounded(L"powershell.exe" + script, 5000, 4095).outcome,
+              platform::IProcessLauncher::BoundedRun::Outcome::Read);
+    const std::wstring real = L"C:\\Windows\\system32\\WindowsPowerShell\\v1.0\\powershell.exe";
+    EXPECT_TRUE(processes.RunAndCapture(&token, real, L"\"" + real + L"\"" + script).Ok());
+    EXPECT_TRUE(processes.RunAndCapture(&token, real, L"\"" + real + L"\" -NoProfile -NonInteractive" + script).Ok());
+    device.WithWorld([](Sim::SimWorld& world) {
+        EXPECT_EQ(world.plantedRuns.Total(), 2u);
+        EXPECT_EQ(world.plantedRuns.Items()[0].rfind(L"C:\\Users\\Avery\\bin\\powershell.exe -Command ", 0), 0u);
+        EXPECT_EQ(world.profileRuns.Items(),
+                  std::vector<std::wstring>{L"C:\\Users\\Avery\\Documents\\WindowsPowerShell\\profile.ps1"});
+    });
 }
 
 // Several areas give a PowerShell: each script reaches the one that knows it, and a script none
@@ -46,9 +80,9 @@ TEST(SimLauncherTest, BoundedRunsReachTheAreaThatKnowsTheScript) {
     Sim::SimDevice device;
     auto& processes = device.Processes();
     using Outcome = platform::IProcessLauncher::BoundedRun::Outcome;
-    const std::wstring host = L"C:\\Windows\\system32\\WindowsPowerShell\\v1.0\\powershell.exe";
+    const std::wstring host = L"C:\\Windows\\system32\\WindowsPowerShell\\v1.0\\powershell.exe -NoProfile -NonInteractive";
     // The audio vendor's script (its class is not installed here: PowerShell catches the error).
-    auto vendor = processes.RunBounded(host + L" -NoProfile -ExecutionPolicy Bypass -Command \"try { "
+    auto vendor = processes.RunBounded(host + L" -ExecutionPolicy Bypass -Command \"try { "
                                               L"$DevicePathEndpointId = '{x}';$result = Invoke-CimMethod -Namespace "
                                               L"'Root\\RealtekAudio' } catch {}\"",
                                        5000, 4095);

@@ -168,14 +168,23 @@ TEST_F(AccessoryTest, UserSessionKindsAndPaths) {
     EXPECT_EQ(paths.GeneralForm(L""), L"");
     EXPECT_TRUE(log->Contains(L"UserPaths.GeneralForm failed on function GetFullPathNameW with result 123"));
 
-    // Only a package the user has can be started.
+    // Only a package the user has can be started. The store answers for the thread's user, so the
+    // lookup runs as the user: a package only the service's account has is not the user's.
+    EXPECT_FALSE(user.StartPackagedApplication(L"5E0C2A91.LumenCenter_k4m2x9trq7bw3", L"LumenCenter.exe"));
+    device.SimulatedPackages().Install(
+        Sim::SimStorePackages::Package(L"5E0C2A91.LumenCenter_k4m2x9trq7bw3", L"0.9.0.0"), {L"S-1-5-18"});
     EXPECT_FALSE(user.StartPackagedApplication(L"5E0C2A91.LumenCenter_k4m2x9trq7bw3", L"LumenCenter.exe"));
     device.SimulatedPackages().Install(
         Sim::SimStorePackages::Package(L"5E0C2A91.LumenCenter_k4m2x9trq7bw3", L"1.0.0.0"),
         {L"S-1-5-21-2079104543-3203125434-1873629513-1001"});
     EXPECT_TRUE(user.StartPackagedApplication(L"5E0C2A91.LumenCenter_k4m2x9trq7bw3", L"LumenCenter.exe"));
     EXPECT_EQ(device.StartedPackages(),
-              std::vector<std::wstring>{L"5E0C2A91.LumenCenter_k4m2x9trq7bw3!LumenCenter.exe"});
+              std::vector<std::wstring>{
+                  L"C:\\Program Files\\WindowsApps\\5E0C2A91.LumenCenter_1.0.0.0_x64__k4m2x9trq7bw3\\LumenCenter.exe"});
+    EXPECT_FALSE(device.Impersonating());
+    // Asked as the service, the store has only the service's own package.
+    EXPECT_EQ(*device.Processes().PackageFolder(L"5E0C2A91.LumenCenter_k4m2x9trq7bw3"),
+              L"C:\\Program Files\\WindowsApps\\5E0C2A91.LumenCenter_0.9.0.0_x64__k4m2x9trq7bw3");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #pragma once
 // The applications of the simulated laptop: what the Start menu lists, where applications are
 // installed, what runs, and what the user was shown.
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -12,6 +13,8 @@ namespace Qv::Sim {
 struct SimProcess {
     std::wstring path;  // C:\Program Files\Notes\notes.exe
     std::wstring name;  // notes.exe
+    uint32_t session = 1;      // the signed-in user's session
+    bool systemOwned = false;  // runs as SYSTEM (csrss.exe, winlogon.exe): the user cannot end it
 };
 
 struct SimApplications {

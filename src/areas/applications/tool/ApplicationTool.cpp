@@ -5,6 +5,7 @@
 #include <shellapi.h>
 
 #include <span>
+#include <string>
 
 #include "areas/applications/ApplicationProtocol.h"
 #include "platform/windows/raii/kernel.h"
@@ -12,6 +13,7 @@
 namespace Qv::Tool {
 namespace {
 
+using platform::windows::unique_handle;
 using platform::windows::unique_hkey;
 
 constexpr const wchar_t* kUninstall = L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall";
@@ -22,6 +24,39 @@ std::wstring ReadText(HKEY key, const wchar_t* value) {
     if (RegGetValueW(key, nullptr, value, RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ, nullptr, text, &size) != ERROR_SUCCESS)
         return {};
     return text;
+}
+
+// A copy of the text file at `path` made new in this user's temporary folder; empty on failure.
+std::wstring CopyForTheUser(const std::wstring& path) {
+    constexpr DWORD kMaxBytes = 16u << 20;
+    unique_handle source(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                     FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!source) return {};
+    std::string text;
+    char chunk[4096];
+    DWORD read = 0;
+    while (ReadFile(source.get(), chunk, sizeof chunk, &read, nullptr) && read > 0) {
+        text.append(chunk, read);
+        if (text.size() > kMaxBytes) return {};
+    }
+    wchar_t folder[MAX_PATH + 1] = {};
+    const DWORD length = GetTempPathW(MAX_PATH + 1, folder);
+    if (length == 0 || length > MAX_PATH) return {};
+    for (unsigned attempt = 0; attempt < 16; ++attempt) {
+        const std::wstring copy = std::wstring(folder) + L"WrenServiceTemp-" + std::to_wstring(GetCurrentProcessId()) +
+                                  L"-" + std::to_wstring(GetTickCount64() + attempt) + L".txt";
+        unique_handle target(CreateFileW(copy.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+        if (!target) {
+            if (GetLastError() == ERROR_FILE_EXISTS) continue;
+            return {};
+        }
+        DWORD written = 0;
+        if (!WriteFile(target.get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr) ||
+            written != text.size())
+            return {};
+        return copy;
+    }
+    return {};
 }
 
 class UserDesktop final : public Application::IDesktop {
@@ -52,12 +87,15 @@ public:
     }
 
     bool PresentDocument(const std::wstring& path) override {
-        if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) return false;
+        // The service removes its file once the tool has answered: what the editor opens is the
+        // user's own copy, in the user's own temporary folder.
+        const std::wstring copy = CopyForTheUser(path);
+        if (copy.empty()) return false;
         SHELLEXECUTEINFOW open{};
         open.cbSize = sizeof(open);
         open.fMask = SEE_MASK_NOASYNC | SEE_MASK_FLAG_NO_UI;
         open.lpVerb = L"open";
-        open.lpFile = path.c_str();
+        open.lpFile = copy.c_str();
         open.nShow = SW_SHOWNORMAL;
         return ShellExecuteExW(&open) != FALSE;
     }

@@ -198,11 +198,14 @@ int ValueAfter(const std::wstring& script, const wchar_t* marker) {
     return script[digit] - L'0';
 }
 
-// powershell.exe -NoProfile -ExecutionPolicy Bypass -Command <script>, for the vendor's class.
+// powershell.exe -NoProfile -NonInteractive -ExecutionPolicy Bypass -Command <script>, for the
+// vendor's class. Started any other way it is not the service's.
 SimRun PowerShell(SimWorld& world, const std::vector<std::wstring>& args) {
-    if (args.size() < 5 || args[1] != L"-NoProfile" || args[4] != L"-Command") return UnknownPowerShellScript();
+    if (args.size() < 7 || args[1] != L"-NoProfile" || args[2] != L"-NonInteractive" || args[3] != L"-ExecutionPolicy" ||
+        args[4] != L"Bypass" || args[5] != L"-Command")
+        return UnknownPowerShellScript();
     std::wstring script;
-    for (size_t i = 5; i < args.size(); ++i) script += (i > 5 ? L" " : L"") + args[i];
+    for (size_t i = 6; i < args.size(); ++i) script += (i > 6 ? L" " : L"") + args[i];
     SimRealtek& realtek = world.tool.Area<SimRealtek>();
     const std::wstring pathMarker = L"$DevicePathEndpointId = '";
     const size_t pathAt = script.find(pathMarker);

@@ -229,7 +229,7 @@ TEST_F(AudioTest, ARunningVendorServiceTakesTheScriptPath) {
     ASSERT_EQ(device.BoundedCommandLines().size(), 1u);
     EXPECT_EQ(
         device.BoundedCommandLines()[0],
-        L"C:\\Windows\\system32\\WindowsPowerShell\\v1.0\\powershell.exe -NoProfile -ExecutionPolicy Bypass -Command \"try "
+        L"\"C:\\Windows\\system32\\WindowsPowerShell\\v1.0\\powershell.exe\" -NoProfile -NonInteractive -ExecutionPolicy Bypass -Command \"try "
         L"{ $SRV_CMD_Get_Support_RtkAINRForQv = [UInt32]0x100002A0;$SRV_CMD_Set_RtkAINRForQv = "
         L"[UInt32]0x100002A2;$DevicePathEndpointId = '{0.0.1.00000000}.{2d8e7f90-3a1b-4c5d-a6e7-f8091a2b3c4d}';$result = "
         L"Invoke-CimMethod -Namespace 'Root\\RealtekAudio' -ClassName 'RtkAudioServiceStaticClass' -MethodName "
@@ -345,7 +345,7 @@ TEST_F(AudioTest, SpeakerSwapNeedsTheVendorsSupport) {
     ASSERT_EQ(device.BoundedCommandLines().size(), 1u);
     EXPECT_EQ(
         device.BoundedCommandLines()[0],
-        L"C:\\Windows\\system32\\WindowsPowerShell\\v1.0\\powershell.exe -NoProfile -ExecutionPolicy Bypass -Command \"try "
+        L"\"C:\\Windows\\system32\\WindowsPowerShell\\v1.0\\powershell.exe\" -NoProfile -NonInteractive -ExecutionPolicy Bypass -Command \"try "
         L"{ $SRV_CMD_Get_Support_Speaker_Swap = [UInt32]0x10000292;$DevicePathEndpointId = "
         L"'{0.0.0.00000000}.{6f1c0d4e-21b7-4c8a-9e55-0a7d3e9b8c12}';$result = Invoke-CimMethod -Namespace "
         L"'Root\\RealtekAudio' -ClassName 'RtkAudioServiceStaticClass' -MethodName 'ServiceCommandStaticMethod' "
@@ -357,7 +357,7 @@ TEST_F(AudioTest, SpeakerSwapNeedsTheVendorsSupport) {
     EXPECT_EQ(Call(79, L"{\"IValue\":1}"), (Answer{Status::kSuccess, L"{\"result\":true}"}));
     EXPECT_EQ(
         device.BoundedCommandLines().back(),
-        L"C:\\Windows\\system32\\WindowsPowerShell\\v1.0\\powershell.exe -NoProfile -ExecutionPolicy Bypass -Command \"try "
+        L"\"C:\\Windows\\system32\\WindowsPowerShell\\v1.0\\powershell.exe\" -NoProfile -NonInteractive -ExecutionPolicy Bypass -Command \"try "
         L"{ $SRV_CMD_Set_Speaker_Swap_Status = [UInt32]0x10000294;$DevicePathEndpointId = "
         L"'{0.0.0.00000000}.{6f1c0d4e-21b7-4c8a-9e55-0a7d3e9b8c12}';$result = Invoke-CimMethod -Namespace "
         L"'Root\\RealtekAudio' -ClassName 'RtkAudioServiceStaticClass' -MethodName 'ServiceCommandStaticMethod' "

@@ -16,7 +16,7 @@ SimUserRegistry::Read SimUserRegistry::ReadString(const std::wstring& key, const
     bool impersonating = false;
     {
         std::lock_guard<std::mutex> lock(world_.mutex);
-        impersonating = world_.impersonating;
+        impersonating = ThreadUser(world_) == world_.userSecurityId;
     }
     std::lock_guard<std::mutex> lock(mutex_);
     if (hiveUnavailable_) return {Read::Outcome::HiveNotOpened, {}, kErrorAccessDenied};

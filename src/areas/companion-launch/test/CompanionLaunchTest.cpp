@@ -37,7 +37,8 @@ protected:
     // The launch thread is asleep on the clock in the wait it is in (a test without one fails).
     void WaitForSleep() { ASSERT_TRUE(WaitFor([&] { return Clock().Sleepers() >= 1; })) << "no launch thread waits"; }
     std::vector<std::wstring> Started() { return device.StartedPackages(); }
-    const std::vector<std::wstring> kStarted{std::wstring(kFamily) + L"!LumenCenter.exe"};
+    const std::vector<std::wstring> kStarted{
+        L"C:\\Program Files\\WindowsApps\\5E0C2A91.LumenCenter_3.1.0.0_x64__k4m2x9trq7bw3\\LumenCenter.exe"};
 };
 
 TEST_F(CompanionLaunchTest, StartsTheCompanionFiveMinutesAfterStartUpNotAMinuteLess) {

@@ -18,14 +18,19 @@ bool InRange(int32_t value, int32_t low, int32_t high) { return value >= low && 
 // One loaded copy of the library: every call is recorded and acts on the panel.
 class SimDisplayControl::Library final : public platform::IDisplayLibrary {
 public:
-    Library(SimFaults& faults, std::shared_ptr<SimPanel> panel, std::shared_ptr<Shared> shared)
-        : faults_(faults), panel_(std::move(panel)), shared_(std::move(shared)) {
+    Library(SimFaults& faults, std::shared_ptr<SimPanel> panel, std::shared_ptr<Shared> shared, std::wstring file)
+        : faults_(faults), panel_(std::move(panel)), shared_(std::move(shared)), file_(std::move(file)) {
         std::lock_guard<std::mutex> lock(shared_->mutex);
         ++shared_->live;
     }
     ~Library() override {
         std::lock_guard<std::mutex> lock(shared_->mutex);
         --shared_->live;
+    }
+
+    platform::Result<std::wstring> FilePath() override {
+        QV_SIM_FAULT(faults_, DisplayControl);
+        return file_;
     }
 
     std::optional<int32_t> Call(const char* name) override {
@@ -115,6 +120,7 @@ private:
     SimFaults& faults_;
     std::shared_ptr<SimPanel> panel_;
     std::shared_ptr<Shared> shared_;
+    std::wstring file_;
 };
 
 SimDisplayControl::SimDisplayControl(SimFaults& faults) : faults_(faults) {
@@ -136,12 +142,19 @@ platform::Result<std::shared_ptr<platform::IDisplayLibrary>> SimDisplayControl::
     std::lock_guard<std::mutex> lock(mutex_);
     loaded_.push_back(path);
     if (!loadable_) return platform::Failure{kModuleNotFound};
-    return std::shared_ptr<platform::IDisplayLibrary>(std::make_shared<Library>(faults_, panel_, shared_));
+    auto redirect = redirects_.find(Lower(path));
+    return std::shared_ptr<platform::IDisplayLibrary>(
+        std::make_shared<Library>(faults_, panel_, shared_, redirect == redirects_.end() ? path : redirect->second));
 }
 
 void SimDisplayControl::SetFileVersion(const std::wstring& path, FileVersion version) {
     std::lock_guard<std::mutex> lock(mutex_);
     versions_[Lower(path)] = version;
+}
+
+void SimDisplayControl::RedirectLoad(const std::wstring& path, const std::wstring& mapped) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    redirects_[Lower(path)] = mapped;
 }
 
 void SimDisplayControl::SetLoadable(bool loadable) {

@@ -46,6 +46,9 @@ public:
     // --- arrangement ---
     void SetFileVersion(const std::wstring& path, FileVersion version);
     void SetLoadable(bool loadable);  // false: LoadLibrary fails (the module is not found)
+    // The loader maps another file when asked for `path` (a copy of that name loaded already, a
+    // redirection): the library reports that file as its own.
+    void RedirectLoad(const std::wstring& path, const std::wstring& mapped);
     // The panel, to arrange or read; change it only while no command runs.
     SimPanel& Panel() { return *panel_; }
 
@@ -66,6 +69,7 @@ private:
     std::mutex mutex_;
     std::map<std::wstring, FileVersion> versions_;  // by lower-case path
     bool loadable_ = true;
+    std::map<std::wstring, std::wstring> redirects_;  // by lower-case path
     std::vector<std::wstring> loaded_;
     std::shared_ptr<SimPanel> panel_ = std::make_shared<SimPanel>();
     std::shared_ptr<Shared> shared_ = std::make_shared<Shared>();

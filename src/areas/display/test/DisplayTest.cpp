@@ -1,10 +1,13 @@
 // Display commands end to end on the simulated laptop: brightness through its WMI, HDR and the
 // display modes through the tool, and the display-control library, loaded once, verified, and
 // called by export name.
+#include <algorithm>
+
 #include "areas/display/ColourPresets.h"
 #include "areas/display/DisplayHelper.h"
 #include "areas/display/sim/SimDisplay.h"
 #include "core/status.h"
+#include "security/Authenticode.h"
 #include "platform/sim/SimWorld.h"
 #include "unit/ServiceFixture.h"
 
@@ -105,6 +108,39 @@ TEST_F(DisplayTest, AnUnsignedOrForeignLibraryIsNeverLoaded) {
     log->Clear();
     device.RemoveFile(kLibrary);
     ExpectLeftOut(L"DisplayHelper::InitQVDC: QVDC library not signed by QV!", 0);
+}
+
+// The maker's other programs are signed with keys of a wider table; the library must carry a key
+// of the main table, and lie in a folder only administrators can write.
+TEST_F(DisplayTest, OnlyAMainTableKeyInAProtectedFolderLoadsTheLibrary) {
+    const auto& tables = Bridge::Security::TrustTables::Builtin();
+    std::vector<uint8_t> toolsKey;
+    for (const auto& signer : tables.extended)
+        if (std::none_of(tables.main.begin(), tables.main.end(),
+                         [&](const auto& main) { return main.publicKey == signer.publicKey; }))
+            toolsKey = Bridge::Security::ParsePublicKey(signer.publicKey);
+    ASSERT_FALSE(toolsKey.empty()) << "the test build has a key that only the extended tables list";
+    device.InstallSigned(L"QVDC.dll", toolsKey);
+    ExpectLeftOut(L"DisplayHelper::InitQVDC: QVDC library not signed by QV!", 0);
+    // The same key signs the tool: that one it may run.
+    device.InstallTool(toolsKey);
+    EXPECT_EQ(Call(91).text, L"{\"result\":10}");
+
+    DisplayHelper::Release();
+    log->Clear();
+    device.SetModulePath(L"C:\\Users\\Avery\\DeviceControl\\DeviceControlService.dll");
+    device.InstallSigned(L"QVDC.dll", TrustedTestKey());
+    ExpectLeftOut(L"DisplayHelper::InitQVDC: QVDC library not signed by QV!", 0);
+}
+
+// The loader maps another file than the one verified (a copy of that name loaded already, a
+// redirection): the module lets it go and calls nothing of it.
+TEST_F(DisplayTest, ALibraryMappedFromAnotherFileIsLetGo) {
+    Display().RedirectLoad(kLibrary, L"C:\\Users\\Avery\\AppData\\QVDC.dll");
+    ExpectLeftOut(L"DisplayHelper::InitQVDC: QVDC library loaded from C:\\Users\\Avery\\AppData\\QVDC.dll, not from "
+                  L"the file that was verified",
+                  1);
+    EXPECT_EQ(Display().LoadedLibraries(), 0);
 }
 
 TEST_F(DisplayTest, ALibraryThatDoesNotLoadIsNotFound) {

@@ -1,5 +1,6 @@
 // The display vendor's software through Windows: the version resource of its service executable,
-// and its library loaded with LoadLibraryW and called by export name.
+// and its library loaded from its full path (its imports from its own folder and the system
+// folder, never from PATH) and called by export name.
 #include <windows.h>
 
 #include <vector>
@@ -41,6 +42,19 @@ public:
         return function(reinterpret_cast<int*>(array), capacity);
     }
 
+    Result<std::wstring> FilePath() override {
+        std::wstring path(MAX_PATH, L'\0');
+        for (;;) {
+            const DWORD length = GetModuleFileNameW(module_.get(), path.data(), static_cast<DWORD>(path.size()));
+            if (length == 0) return Failure{static_cast<int32_t>(GetLastError())};
+            if (length < path.size()) {
+                path.resize(length);
+                return path;
+            }
+            path.resize(path.size() * 2);
+        }
+    }
+
 private:
     // Looked up by name at each call.
     template <typename Fn>
@@ -73,7 +87,8 @@ public:
     }
 
     Result<std::shared_ptr<IDisplayLibrary>> Load(const std::wstring& path) override {
-        unique_hmodule module(LoadLibraryW(path.c_str()));
+        unique_hmodule module(
+            LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32));
         if (!module) return Failure{static_cast<int32_t>(GetLastError())};
         return std::shared_ptr<IDisplayLibrary>(std::make_shared<WinDisplayLibrary>(std::move(module)));
     }
