@@ -155,6 +155,9 @@ add_test(NAME c_host COMMAND c_host)
 # the host lives on for 25 seconds (two polling intervals and more) without a fault.
 add_test(NAME c_host_unload COMMAND c_host unload 25)
 add_test(NAME c_host_unload_waiting COMMAND c_host unload-waiting 25)
+# A host that unloads the module without destroying the service: the polling thread, asleep until
+# its next round, holds the module until it has ended.
+add_test(NAME c_host_unload_undestroyed COMMAND c_host unload-undestroyed 5)
 # A callback that raises a Visual C++ exception (a structured exception) during a subscription.
 add_test(NAME c_host_seh_callback COMMAND c_host seh-callback)
 
@@ -205,7 +208,7 @@ set_tests_properties(audio_vendor PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURCE
 add_dependencies(windows_tests vendor_service script_host)
 
 # Every Windows test has a time limit, so a hang fails with the test's name.
-set_tests_properties(windows_tests c_host c_host_unload c_host_unload_waiting c_host_seh_callback windows_security_tests
+set_tests_properties(windows_tests c_host c_host_unload c_host_unload_waiting c_host_unload_undestroyed c_host_seh_callback windows_security_tests
                      windows_platform_tests windows_adapter_tests
                      PROPERTIES TIMEOUT 120)
 set_tests_properties(tool_contract devicectl_cli display_library audio_vendor wine_soak_short PROPERTIES TIMEOUT 300)

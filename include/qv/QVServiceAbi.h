@@ -109,9 +109,10 @@ QV_API const QVCommandInfo* QVDescribeCommands(unsigned int* count);
  * `buffer` when `capacity` wide characters hold it; answers the characters it needs, with the
  * terminator. */
 QV_API unsigned int QVDescribeDevice(wchar_t* buffer, unsigned int capacity);
-/* The experience modes built for this machine, as a compact JSON array of {"ModeName",
- * "Commands": [{"Type", "Parameter", "ParameterKey", "Order"}]}; the same buffer rule. */
-QV_API unsigned int QVDescribeModes(wchar_t* buffer, unsigned int capacity);
+/* The experience modes `service` (from QVCreateService, alive) built for this machine, as a compact
+ * JSON array of {"ModeName", "Commands": [{"Type", "Parameter", "ParameterKey", "Order"}]}; "[]"
+ * without a live service. The same buffer rule. */
+QV_API unsigned int QVDescribeModes(QVServiceObject* service, wchar_t* buffer, unsigned int capacity);
 /* Why the companion application will or will not be started on this machine: a compact JSON
  * object with "featureByte", "board", "boardListed", "eligible", "realUserSession", "package",
  * "launchedAlready", "launchStarted", "wait", "remainingSeconds" and "verdict". `service` (from

@@ -39,15 +39,18 @@ unsigned int CopyOut(const std::wstring& text, wchar_t* buffer, unsigned int cap
 
 }  // namespace
 
-// The experience modes of this machine: [{"ModeName":..,"Commands":[{"Type":..,"Parameter":..,
-// "ParameterKey":..,"Order":..}]}]; "[]" when they cannot be built.
-extern "C" QV_API unsigned int QVDescribeModes(wchar_t* buffer, unsigned int capacity) {
+// The experience modes `service` built for this machine: [{"ModeName":..,"Commands":[{"Type":..,
+// "Parameter":..,"ParameterKey":..,"Order":..}]}]; "[]" when they cannot be built, and without a
+// live service (the modes live as long as the services do: none is made outside one).
+extern "C" QV_API unsigned int QVDescribeModes(QVServiceObject* service, wchar_t* buffer, unsigned int capacity) {
     using Qv::Bridge::Server::Services::DeviceControl::ExpModesHelper;
     Qv::Json::Document modes;
     auto& allocator = modes.GetAllocator();
     modes.SetArray();
     try {
-        for (const auto& mode : ExpModesHelper::GetInstance()->ModeList()) {
+        const std::shared_ptr<ExpModesHelper> helper =
+            Qv::Abi::ServiceOf(service) != nullptr ? ExpModesHelper::GetInstance() : nullptr;
+        for (const auto& mode : helper ? helper->ModeList() : std::vector<Qv::Bridge::Server::Services::DeviceControl::ExpMode>{}) {
             Qv::Json::Value entry(rapidjson::kObjectType);
             entry.AddMember(L"ModeName", Qv::Json::Value(mode.ModeName.c_str(), allocator), allocator);
             Qv::Json::Value commands(rapidjson::kArrayType);

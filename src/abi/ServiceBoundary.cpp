@@ -82,9 +82,23 @@ void StartupTask(QVServiceObject* self) {
     });
 }
 
-void ReservedHook6(QVServiceObject* self) { Service(self).ReservedHook6(); }
-void ReservedHook7(QVServiceObject* self) { Service(self).ReservedHook7(); }
-bool OobeEventTask(QVServiceObject* self) { return Service(self).oobe_event_task(); }
+void ReservedHook6(QVServiceObject* self) {
+    Guarded("ReservedHook6", 0, [&] {
+        Service(self).ReservedHook6();
+        return 0;
+    });
+}
+
+void ReservedHook7(QVServiceObject* self) {
+    Guarded("ReservedHook7", 0, [&] {
+        Service(self).ReservedHook7();
+        return 0;
+    });
+}
+
+bool OobeEventTask(QVServiceObject* self) {
+    return Guarded("oobe_event_task", false, [&] { return Service(self).oobe_event_task(); });
+}
 
 void SessionChangeTask(QVServiceObject* self, unsigned long event, void* data) {
     Guarded("session_change_task", 0, [&] {
@@ -93,7 +107,12 @@ void SessionChangeTask(QVServiceObject* self, unsigned long event, void* data) {
     });
 }
 
-void ReservedHook10(QVServiceObject* self) { Service(self).ReservedHook10(); }
+void ReservedHook10(QVServiceObject* self) {
+    Guarded("ReservedHook10", 0, [&] {
+        Service(self).ReservedHook10();
+        return 0;
+    });
+}
 
 constexpr QVServiceSlots kSlots{&DeletingDestructor, &StartSession,  &EndSession,   &ExecuteCommand,
                                 &ReleaseOutput,      &StartupTask,   &ReservedHook6, &ReservedHook7,

@@ -14,6 +14,7 @@
 #include "platform/IProcessLauncher.h"
 #include "platform/IRpcCall.h"
 #include "platform/IStorePackages.h"
+#include "platform/IThreads.h"
 #include "platform/IUserSession.h"
 #include "platform/IUuidGenerator.h"
 #include "platform/IWmi.h"
@@ -34,6 +35,7 @@ public:
     virtual IClock& Clock() = 0;
     virtual IWmi& Wmi() = 0;
     virtual IStorePackages& Packages() = 0;
+    virtual IThreads& Threads() = 0;
 
     // A port that only one area uses: the area declares it beside its helper with a factory,
     // `static std::shared_ptr<Port> Make(Platform&)`, defined by its Windows adapter (the DLL)

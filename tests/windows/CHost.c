@@ -153,9 +153,13 @@ static int Execute(QVServiceObject* service, void* session, unsigned number, con
  * take the event, end the subscription (or, with `waiting`, destroy the service while it still
  * holds the host's thread), end the session, destroy the service, FreeLibrary, and live on for
  * `seconds`. No code of the module may run after FreeLibrary: a thread of its that woke up later
- * would fault in unmapped code and take the host with it.
+ * would fault in unmapped code and take the host with it. With `undestroyed`, a host that forgets
+ * to destroy the service unloads the module all the same: the polling thread, asleep until its next
+ * round, holds the module until it has ended.
  */
-static int Unload(int waiting, DWORD seconds) {
+enum { END_SUBSCRIPTION, DESTROY_WHILE_WAITING, NEVER_DESTROYED };
+
+static int Unload(int mode, DWORD seconds) {
     wchar_t path[MAX_PATH];
     wchar_t client[] = L"c-host-unload";
     wchar_t* output = NULL;
@@ -184,7 +188,7 @@ static int Unload(int waiting, DWORD seconds) {
     thread = CreateThread(NULL, 0, Subscribe, &subscription, 0, NULL);
     for (waited = 0; counts.calls == 0 && waited < 20000; waited += 10) Sleep(10);
     CHECK(counts.calls == 1, "the low-memory event arrived (threshold 0)");
-    if (!waiting) {
+    if (mode != DESTROY_WHILE_WAITING) {
         CHECK(Execute(service, session, 32, L"{\"eventId\":1002}", &output, 0) == 0 && output != NULL &&
                   wcscmp(output, L"{\"result\":11}") == 0,
               "32 ends the subscription");
@@ -192,7 +196,8 @@ static int Unload(int waiting, DWORD seconds) {
         CHECK(WaitForSingleObject(thread, 20000) == WAIT_OBJECT_0, "the subscribing thread returns");
         CHECK(wcscmp(subscription.answer, L"{\"result\":1}") == 0, "31 answers 1");
         CHECK(service->slots->EndSession(service, &session) == 0, "the session ends");
-        CHECK(service->slots->DeletingDestructor(service, 1) == (void*)service, "the service is destroyed");
+        if (mode == END_SUBSCRIPTION)
+            CHECK(service->slots->DeletingDestructor(service, 1) == (void*)service, "the service is destroyed");
     } else {
         /* The host stops the service with a subscription still waiting in 31. */
         CHECK(service->slots->DeletingDestructor(service, 1) == (void*)service, "the service is destroyed");
@@ -201,6 +206,11 @@ static int Unload(int waiting, DWORD seconds) {
     }
     CloseHandle(thread);
     CHECK(FreeLibrary(module), "FreeLibrary");
+    if (mode == NEVER_DESTROYED) {
+        CHECK(GetModuleHandleW(L"DeviceControlService.dll") != NULL, "the polling thread keeps the module mapped");
+        for (waited = 0; GetModuleHandleW(L"DeviceControlService.dll") != NULL && waited < 30000; waited += 100)
+            Sleep(100);
+    }
     CHECK(GetModuleHandleW(L"DeviceControlService.dll") == NULL, "the module is unmapped");
     printf("living on for %lu s after FreeLibrary\n", (unsigned long)seconds);
     fflush(stdout);
@@ -226,10 +236,13 @@ int main(int argc, char** argv) {
      * stops it at its call, logs it, and the subscription goes on until 32 ends it. */
     if (argc >= 2 && strcmp(argv[1], "seh-callback") == 0) {
         raiseInCallback = 1;
-        return Unload(0, 1);
+        return Unload(END_SUBSCRIPTION, 1);
     }
-    if (argc >= 2 && (strcmp(argv[1], "unload") == 0 || strcmp(argv[1], "unload-waiting") == 0))
-        return Unload(strcmp(argv[1], "unload-waiting") == 0, argc >= 3 ? (DWORD)atoi(argv[2]) : 25);
+    if (argc >= 2 && strcmp(argv[1], "unload") == 0) return Unload(END_SUBSCRIPTION, argc >= 3 ? (DWORD)atoi(argv[2]) : 25);
+    if (argc >= 2 && strcmp(argv[1], "unload-waiting") == 0)
+        return Unload(DESTROY_WHILE_WAITING, argc >= 3 ? (DWORD)atoi(argv[2]) : 25);
+    if (argc >= 2 && strcmp(argv[1], "unload-undestroyed") == 0)
+        return Unload(NEVER_DESTROYED, argc >= 3 ? (DWORD)atoi(argv[2]) : 25);
 
     ExpandEnvironmentStringsW(L"%ProgramFiles%\\DeviceControl\\DeviceControlService.dll", path, MAX_PATH);
     module = LoadLibraryW(path);

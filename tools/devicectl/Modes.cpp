@@ -3,6 +3,7 @@
 
 #include <map>
 
+#include "abi/HostView.h"
 #include "core/json.h"
 #include "core/strings.h"
 #include "tools/devicectl/Host.h"
@@ -33,7 +34,13 @@ int Int(const Json::Value* value) { return value != nullptr && value->IsInt() ? 
 }  // namespace
 
 int ShowModes(ServiceModule& module) {
-    const std::wstring text = module.DescribeModes();
+    // The modes are built by a service, as the host has one.
+    Abi::HostService service(module.CreateService());
+    if (!service) {
+        PrintLine(stderr, "devicectl: the module made no service");
+        return kExitStatus;
+    }
+    const std::wstring text = module.DescribeModes(service.Object());
     Json::Document modes;
     if (text.empty() || !Json::ParseRequest(modes, text.c_str()) || !modes.IsArray()) {
         PrintLine(stderr, "devicectl: the module describes no experience modes");

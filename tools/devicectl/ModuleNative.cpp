@@ -28,7 +28,11 @@ public:
 
     QVServiceObject* CreateService() override { return QVCreateService(); }
     std::wstring DescribeDevice() override { return Text(&QVDescribeDevice); }
-    std::wstring DescribeModes() override { return Text(&QVDescribeModes); }
+    std::wstring DescribeModes(QVServiceObject* service) override {
+        std::wstring text(QVDescribeModes(service, nullptr, 0), L'\0');
+        text.resize(QVDescribeModes(service, text.data(), static_cast<unsigned int>(text.size())) - 1);
+        return text;
+    }
     std::wstring DescribeLaunch(QVServiceObject* service) override {
         std::wstring text(QVDescribeLaunch(service, nullptr, 0), L'\0');
         text.resize(QVDescribeLaunch(service, text.data(), static_cast<unsigned int>(text.size())) - 1);

@@ -17,11 +17,12 @@ using CreateServiceFn = QVServiceObject* (*)();
 using DescribeCommandsFn = const QVCommandInfo* (*)(unsigned int*);
 using DescribeDeviceFn = unsigned int (*)(wchar_t*, unsigned int);
 using DescribeLaunchFn = unsigned int (*)(QVServiceObject*, wchar_t*, unsigned int);
+using DescribeModesFn = DescribeLaunchFn;
 
 class DllModule : public ServiceModule {
 public:
     DllModule(HMODULE module, CreateServiceFn create, DescribeCommandsFn describe, DescribeDeviceFn device,
-              DescribeDeviceFn modes, DescribeLaunchFn launch)
+              DescribeModesFn modes, DescribeLaunchFn launch)
         : module_(module), create_(create), describe_(describe), device_(device), modes_(modes), launch_(launch) {}
     // The module stays loaded until devicectl exits, as in the host.
 
@@ -33,22 +34,23 @@ public:
         return std::vector<QVCommandInfo>(rows, rows + count);
     }
     std::wstring DescribeDevice() override { return Text(device_); }
-    std::wstring DescribeModes() override { return Text(modes_); }
-    std::wstring DescribeLaunch(QVServiceObject* service) override {
-        if (launch_ == nullptr) return {};
-        std::wstring text(launch_(service, nullptr, 0), L'\0');
-        text.resize(launch_(service, text.data(), static_cast<unsigned int>(text.size())) - 1);
-        return text;
-    }
+    std::wstring DescribeModes(QVServiceObject* service) override { return ForService(modes_, service); }
+    std::wstring DescribeLaunch(QVServiceObject* service) override { return ForService(launch_, service); }
 
 private:
     HMODULE module_;
     CreateServiceFn create_;
     DescribeCommandsFn describe_;
     DescribeDeviceFn device_;
-    DescribeDeviceFn modes_;
+    DescribeModesFn modes_;
     DescribeLaunchFn launch_;
 
+    static std::wstring ForService(DescribeLaunchFn describe, QVServiceObject* service) {
+        if (describe == nullptr) return {};
+        std::wstring text(describe(service, nullptr, 0), L'\0');
+        text.resize(describe(service, text.data(), static_cast<unsigned int>(text.size())) - 1);
+        return text;
+    }
     static std::wstring Text(DescribeDeviceFn describe) {
         if (describe == nullptr) return {};
         std::wstring text(describe(nullptr, 0), L'\0');
@@ -90,7 +92,7 @@ std::unique_ptr<ServiceModule> LoadServiceModule(const ModuleOptions& options, s
     }
     auto describe = platform::windows::proc_address<DescribeCommandsFn>(module, "QVDescribeCommands");
     auto device = platform::windows::proc_address<DescribeDeviceFn>(module, "QVDescribeDevice");
-    auto modes = platform::windows::proc_address<DescribeDeviceFn>(module, "QVDescribeModes");
+    auto modes = platform::windows::proc_address<DescribeModesFn>(module, "QVDescribeModes");
     auto launch = platform::windows::proc_address<DescribeLaunchFn>(module, "QVDescribeLaunch");
     return std::make_unique<DllModule>(module, create, describe, device, modes, launch);
 }

@@ -18,7 +18,7 @@ public:
     // What the module sees of the machine (QVDescribeDevice); empty when it does not say.
     virtual std::wstring DescribeDevice() = 0;
     // The experience modes built for this machine (QVDescribeModes); empty when it does not say.
-    virtual std::wstring DescribeModes() = 0;
+    virtual std::wstring DescribeModes(QVServiceObject* service) = 0;
     // The companion launch as `service` sees it (QVDescribeLaunch); empty when it does not say.
     virtual std::wstring DescribeLaunch(QVServiceObject* service) = 0;
     // The native build runs on the simulated device: its memory load can be set, and the

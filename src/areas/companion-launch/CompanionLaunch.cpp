@@ -16,8 +16,10 @@ using Logging::LogManager;
 CompanionLaunch::CompanionLaunch(platform::Platform& platform)
     : platform_(platform), logger_(LogManager::GetSystemInformationLogger()) {}
 
-CompanionLaunch::~CompanionLaunch() {
-    std::thread thread;
+CompanionLaunch::~CompanionLaunch() { Stop(); }
+
+void CompanionLaunch::Stop() {
+    platform::ModuleThread thread;
     {
         std::lock_guard<std::mutex> lock(timedEventMutex_);
         stopFlag_.store(true);
@@ -53,6 +55,8 @@ void CompanionLaunch::StartTimedEvent() {
         const std::wstring package = FindCompanionPackage();
         const bool installed = !package.empty();
         std::lock_guard<std::mutex> lock(timedEventMutex_);
+        // The service is going: a thread started now would never be joined.
+        if (stopFlag_.load()) return;
         // A launch thread still waiting is the launch taken care of, whatever cleared the flag.
         const bool waiting = thread_.joinable() && phase_.load() != Phase::Finished;
         const bool takenCare = launchStarted_.load() != 0 || waiting;
@@ -72,7 +76,12 @@ void CompanionLaunch::StartTimedEvent() {
             if (thread_.joinable()) thread_.join();  // an earlier thread that has finished
             phase_.store(Phase::InitialWait);
             deadline_.store(platform_.Clock().SteadyMilliseconds() + kInitialWaitMilliseconds);
-            thread_ = std::thread([this] { Run(); });
+            thread_ = platform::ModuleThread(platform_.Threads().Start([this] { Run(); }));
+            if (!thread_.joinable()) {
+                logger_->LogError(L"DeviceControlService - Exception raised during StartTimedEvent %S",
+                                  "the launch thread could not be started");
+                launchStarted_.store(0);
+            }
             return;
         }
         logger_->LogInfo(L"DeviceControlService - No background task needed.");

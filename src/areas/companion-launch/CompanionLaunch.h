@@ -7,7 +7,6 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 
 #include "core/logging.h"
 #include "platform/platform.h"
@@ -46,8 +45,11 @@ public:
     static constexpr uint32_t kFeatureByteCommand = 3;
 
     explicit CompanionLaunch(platform::Platform& platform);
-    // Stops the launch thread at once (its wait ends with the stop message) and joins it.
+    // Stops (below).
     ~CompanionLaunch();
+    // Stops the launch thread at once (its wait ends with the stop message) and joins it; no
+    // notification starts another one afterwards.
+    void Stop();
     CompanionLaunch(const CompanionLaunch&) = delete;
     CompanionLaunch& operator=(const CompanionLaunch&) = delete;
 
@@ -88,7 +90,7 @@ private:
     platform::Platform& platform_;
     Logging::TraceLogger* logger_;
     std::mutex timedEventMutex_;  // guards thread_ and the decision to start it
-    std::thread thread_;
+    platform::ModuleThread thread_;
     std::atomic<int32_t> launchStarted_{0};
     std::atomic<bool> stopFlag_{false};
     std::atomic<bool> oobe_{false};

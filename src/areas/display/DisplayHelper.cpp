@@ -27,7 +27,7 @@ constexpr int32_t kInputSourceLimit = 256;
 constexpr int32_t kCimUint8 = 17;
 constexpr int32_t kCimUint32 = 19;
 
-std::atomic<DisplayHelper*> instance{nullptr};
+std::shared_ptr<DisplayHelper> instance;
 std::mutex instanceMutex;
 
 const Json::Value* Member(Json::Document* request, const wchar_t* key) {
@@ -66,21 +66,19 @@ bool AskHdr(const wchar_t* function, const std::wstring& argument, bool& flag) {
 
 }  // namespace
 
-DisplayHelper* DisplayHelper::GetInstance() {
-    DisplayHelper* helper = instance.load(std::memory_order_acquire);
-    if (helper != nullptr) return helper;
+std::shared_ptr<DisplayHelper> DisplayHelper::GetInstance() {
     std::lock_guard<std::mutex> lock(instanceMutex);
-    helper = instance.load(std::memory_order_relaxed);
-    if (helper == nullptr) {
-        helper = new DisplayHelper(platform::Current());
-        instance.store(helper, std::memory_order_release);
-    }
-    return helper;
+    if (!instance) instance.reset(new DisplayHelper(platform::Current()));
+    return instance;
 }
 
 void DisplayHelper::Release() {
-    std::lock_guard<std::mutex> lock(instanceMutex);
-    delete instance.exchange(nullptr, std::memory_order_acq_rel);
+    std::shared_ptr<DisplayHelper> last;
+    {
+        std::lock_guard<std::mutex> lock(instanceMutex);
+        last = std::move(instance);
+    }
+    // Ended here, outside the lock, unless a command still holds it: then by that command.
 }
 
 DisplayHelper::DisplayHelper(platform::Platform& platform) : platform_(platform) {

@@ -21,8 +21,9 @@ public:
     using Document = Json::Document;
 
     // Made on first use, on the platform installed then: the brightness connection, then the
-    // library. Release() ends it (the last service object is gone); a later use makes a new one.
-    static DisplayHelper* GetInstance();
+    // library. Each user holds its own reference while it uses it; Release() (the last service
+    // object is gone) lets the instance go, and the last holder ends it. A later use makes a new one.
+    static std::shared_ptr<DisplayHelper> GetInstance();
     // Stops and unloads the library and releases the WMI connection, outside the loader lock.
     static void Release();
 

@@ -31,7 +31,7 @@ constexpr wchar_t kPerformance[] = L"power_mode_performance";
 constexpr wchar_t kBalanced[] = L"power_mode_balanced";
 constexpr wchar_t kEfficiency[] = L"power_mode_efficiency";
 
-std::atomic<ExpModesHelper*> instance{nullptr};
+std::shared_ptr<ExpModesHelper> instance;
 std::mutex instanceMutex;
 
 platform::IStoreFiles& Store() { return platform::Current().AreaPort<platform::IStoreFiles>(); }
@@ -69,21 +69,19 @@ std::wstring PowerKeyword(int mode) {
 
 }  // namespace
 
-ExpModesHelper* ExpModesHelper::GetInstance() {
-    ExpModesHelper* helper = instance.load(std::memory_order_acquire);
-    if (helper != nullptr) return helper;
+std::shared_ptr<ExpModesHelper> ExpModesHelper::GetInstance() {
     std::lock_guard<std::mutex> lock(instanceMutex);
-    helper = instance.load(std::memory_order_relaxed);
-    if (helper == nullptr) {
-        helper = new ExpModesHelper();
-        instance.store(helper, std::memory_order_release);
-    }
-    return helper;
+    if (!instance) instance.reset(new ExpModesHelper());
+    return instance;
 }
 
 void ExpModesHelper::Release() {
-    std::lock_guard<std::mutex> lock(instanceMutex);
-    delete instance.exchange(nullptr, std::memory_order_acq_rel);
+    std::shared_ptr<ExpModesHelper> last;
+    {
+        std::lock_guard<std::mutex> lock(instanceMutex);
+        last = std::move(instance);
+    }
+    // Ended here, outside the lock, unless a command still holds it: then by that command.
 }
 
 ExpModesHelper::ExpModesHelper()
@@ -343,25 +341,25 @@ bool ExpModesHelper::Execute(const ExpCommand& command, std::wstring& previousVa
             return camera_->SetAutoFrameOnOff(on());
         case 13: {
             if (!display_) return false;
-            DisplayHelper& display = *DisplayHelper::GetInstance();
+            const std::shared_ptr<DisplayHelper> display = DisplayHelper::GetInstance();
             bool current = false;
-            if (display.GetHDRStatus(current) == 0) return false;
+            if (display->GetHDRStatus(current) == 0) return false;
             previousValue = current ? L"1" : L"0";
             bool confirmed = false;
-            display.SetHDRMode(on(), confirmed);
+            display->SetHDRMode(on(), confirmed);
             return confirmed;
         }
         case 14: {
             if (!display_) return false;
-            DisplayHelper& display = *DisplayHelper::GetInstance();
-            previousValue = std::to_wstring(display.GetBrightness());
-            return display.SetBrightness(number());
+            const std::shared_ptr<DisplayHelper> display = DisplayHelper::GetInstance();
+            previousValue = std::to_wstring(display->GetBrightness());
+            return display->SetBrightness(number());
         }
         case 16: {
             if (!display_) return false;
-            DisplayHelper& display = *DisplayHelper::GetInstance();
-            previousValue = std::to_wstring(display.GetDisplayMode());
-            return display.SetDisplayMode(number());
+            const std::shared_ptr<DisplayHelper> display = DisplayHelper::GetInstance();
+            previousValue = std::to_wstring(display->GetDisplayMode());
+            return display->SetDisplayMode(number());
         }
         case 20:
             if (notification_ == nullptr) return false;

@@ -2,6 +2,7 @@
 // Experience modes: named bundles of settings ("movie", "gaming", ...) applied through the area
 // helpers in one request, with the settings they overwrote kept on disk so that they can be put
 // back. The modes are built in at start, from what this machine supports.
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -24,8 +25,9 @@ public:
     using Document = Json::Document;
 
     // Made on first use on the platform installed then (the constructor may raise a file-system
-    // error for the store's folder); Release() ends it when no service is left.
-    static ExpModesHelper* GetInstance();
+    // error for the store's folder). Each user holds its own reference while it uses it;
+    // Release() (no service is left) lets the instance go, and the last holder ends it.
+    static std::shared_ptr<ExpModesHelper> GetInstance();
     static void Release();
 
     // --- the built-in modes ---

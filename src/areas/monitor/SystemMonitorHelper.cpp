@@ -4,6 +4,7 @@
 #include <exception>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 #include "core/status.h"
 #include "core/strings.h"
@@ -313,13 +314,16 @@ void SystemMonitorHelper::createSysMonitorThread() {
     // The previous thread has ended (it cleared monitorRunning_ under this lock and returned).
     if (monitorThread_.joinable()) monitorThread_.join();
     pollingPorts_ = &Ports();
-    monitorThread_ = std::thread(&SystemMonitorHelper::monitorLowMemory, this, pollingPorts_);
+    platform::Platform* ports = pollingPorts_;
+    monitorThread_ = platform::ModuleThread(ports->Threads().Start([this, ports] { monitorLowMemory(ports); }));
+    if (!monitorThread_.joinable()) throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again),
+                                                            "the polling thread could not be started");
     monitorRunning_ = true;
     ++threadsStarted_;
 }
 
 void SystemMonitorHelper::StopPolling() {
-    std::thread polling;
+    platform::ModuleThread polling;
     platform::Platform* ports = nullptr;
     {
         std::lock_guard<std::mutex> lock(listLock_);
@@ -329,7 +333,7 @@ void SystemMonitorHelper::StopPolling() {
     }
     if (ports != nullptr) ports->Clock().Wake();
     if (polling.joinable()) {
-        if (polling.get_id() == std::this_thread::get_id()) polling.detach();
+        if (polling.is_calling_thread()) polling.detach();
         else polling.join();
     }
     std::lock_guard<std::mutex> lock(listLock_);

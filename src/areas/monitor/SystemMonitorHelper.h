@@ -8,7 +8,6 @@
 #include <functional>
 #include <list>
 #include <mutex>
-#include <thread>
 
 #include "core/json.h"
 #include "core/logging.h"
@@ -106,7 +105,7 @@ private:
     platform::Platform* platform_ = nullptr;
 
     mutable std::mutex listLock_;  // guards everything below
-    std::thread monitorThread_;  // joined by the next start or by StopPolling
+    platform::ModuleThread monitorThread_;  // joined by the next start or by StopPolling
     platform::Platform* pollingPorts_ = nullptr;  // the platform the polling thread runs on
     bool monitorRunning_ = false;
     std::condition_variable monitorEnded_;

@@ -13,6 +13,7 @@
 #include "platform/sim/SimProcessLauncher.h"
 #include "platform/sim/SimRpcCall.h"
 #include "platform/sim/SimStorePackages.h"
+#include "platform/sim/SimThreads.h"
 #include "platform/sim/SimUserSession.h"
 #include "platform/sim/SimUuidGenerator.h"
 #include "platform/sim/SimWmi.h"
@@ -34,6 +35,7 @@ public:
     platform::IClock& Clock() override { return clock_; }
     platform::IWmi& Wmi() override { return wmi_; }
     platform::IStorePackages& Packages() override { return packages_; }
+    platform::IThreads& Threads() override { return threads_; }
 
     // The fakes whose state tests drive directly.
     SimClock& SimulatedClock() { return clock_; }
@@ -113,6 +115,7 @@ private:
     SimClock clock_;
     SimWmi wmi_{world_.faults};
     SimStorePackages packages_{world_};
+    SimThreads threads_;
 };
 
 }  // namespace Qv::Sim

@@ -9,6 +9,7 @@
 #include "platform/windows/WinProcessLauncher.h"
 #include "platform/windows/WinRpcCall.h"
 #include "platform/windows/WinStorePackages.h"
+#include "platform/windows/WinThreads.h"
 #include "platform/windows/WinUserSession.h"
 #include "platform/windows/WinUuidGenerator.h"
 #include "platform/windows/WinWmi.h"
@@ -27,6 +28,7 @@ public:
     IClock& Clock() override { return clock_; }
     IWmi& Wmi() override { return wmi_; }
     IStorePackages& Packages() override { return packages_; }
+    IThreads& Threads() override { return threads_; }
 
 private:
     WinUuidGenerator uuids_;
@@ -39,6 +41,7 @@ private:
     WinClock clock_;
     WinWmi wmi_;
     WinStorePackages packages_;
+    WinThreads threads_;
 };
 
 }  // namespace Qv::platform::windows

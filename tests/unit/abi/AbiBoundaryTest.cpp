@@ -154,5 +154,20 @@ TEST(AbiFactoryTest, EachCallLogsAndGivesAFreshObjectThatSlotZeroFrees) {
     EXPECT_STREQ(rows[count - 1].name, "System.SetSystemMode");
 }
 
+// The experience modes live as long as the services: without one, describing them makes nothing
+// (no store folder, no display library); with one, they are the service's.
+TEST(AbiFactoryTest, TheModesAreDescribedOnlyForALiveService) {
+    auto device = std::make_shared<Sim::SimDevice>();
+    platform::Install(device);
+    wchar_t text[4096] = {};
+    ASSERT_EQ(QVDescribeModes(nullptr, text, 4096), 3u);
+    EXPECT_STREQ(text, L"[]");
+    device->WithWorld([](Sim::SimWorld& world) { EXPECT_EQ(world.folders.count(L"c:\\programdata\\qv"), 0u); });
+    QVServiceObject* service = QVCreateService();
+    ASSERT_GT(QVDescribeModes(service, text, 4096), 3u);
+    EXPECT_EQ(std::wstring(text).find(L"[{\"ModeName\":"), 0u);
+    EXPECT_EQ(service->slots->DeletingDestructor(service, 1), service);
+}
+
 }  // namespace
 }  // namespace Qv::Tests

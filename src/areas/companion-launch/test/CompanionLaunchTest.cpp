@@ -41,6 +41,18 @@ protected:
         L"C:\\Program Files\\WindowsApps\\5E0C2A91.LumenCenter_3.1.0.0_x64__k4m2x9trq7bw3\\LumenCenter.exe"};
 };
 
+// A notification that comes while the service is going (its launch stopped) starts no thread that
+// nobody would join.
+TEST_F(CompanionLaunchTest, NoLaunchThreadStartsOnceStopped) {
+    CompanionLaunch launch(device);
+    launch.Stop();
+    launch.StartTimedEvent();
+    launch.SessionChanged(5);
+    EXPECT_FALSE(launch.LaunchStarted());
+    EXPECT_EQ(launch.CurrentPhase(), CompanionLaunch::Phase::Idle);
+    EXPECT_EQ(Clock().Sleepers(), 0);
+}
+
 TEST_F(CompanionLaunchTest, StartsTheCompanionFiveMinutesAfterStartUpNotAMinuteLess) {
     service->startup_task();
     EXPECT_TRUE(log->Contains(L"DeviceControlService::IsAppSupportedOnDevice - System ID is supported"));

@@ -143,6 +143,23 @@ TEST_F(DisplayTest, ALibraryMappedFromAnotherFileIsLetGo) {
     EXPECT_EQ(Display().LoadedLibraries(), 0);
 }
 
+// The last service goes while a command still holds the helper: the command finishes on it, and
+// the library is stopped and unloaded when that command lets go.
+TEST_F(DisplayTest, AHelperInUseOutlivesTheLastService) {
+    std::shared_ptr<DisplayHelper> held = DisplayHelper::GetInstance();
+    DisplayHelper::Release();
+    EXPECT_EQ(Display().LoadedLibraries(), 1);
+    EXPECT_EQ(held->GetContrast(), 50);
+    EXPECT_NE(DisplayHelper::GetInstance(), held) << "a later use makes a helper of its own";
+    DisplayHelper::Release();
+    EXPECT_EQ(Display().LoadedLibraries(), 1);
+    const size_t stops = std::count(Display().Calls().begin(), Display().Calls().end(), "Stop(1)");
+    held.reset();
+    EXPECT_EQ(Display().LoadedLibraries(), 0);
+    const auto calls = Display().Calls();
+    EXPECT_EQ(static_cast<size_t>(std::count(calls.begin(), calls.end(), "Stop(1)")), stops + 1);
+}
+
 TEST_F(DisplayTest, ALibraryThatDoesNotLoadIsNotFound) {
     Display().SetLoadable(false);
     ExpectLeftOut(L"DisplayHelper::InitQVDC: QVDC library not found!", 1);
