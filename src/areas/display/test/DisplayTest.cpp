@@ -153,7 +153,8 @@ TEST_F(DisplayTest, AHelperInUseOutlivesTheLastService) {
     EXPECT_NE(DisplayHelper::GetInstance(), held) << "a later use makes a helper of its own";
     DisplayHelper::Release();
     EXPECT_EQ(Display().LoadedLibraries(), 1);
-    const size_t stops = std::count(Display().Calls().begin(), Display().Calls().end(), "Stop(1)");
+    const auto before = Display().Calls();
+    const size_t stops = static_cast<size_t>(std::count(before.begin(), before.end(), "Stop(1)"));
     held.reset();
     EXPECT_EQ(Display().LoadedLibraries(), 0);
     const auto calls = Display().Calls();
