@@ -97,7 +97,9 @@ public:
         open.lpVerb = L"open";
         open.lpFile = copy.c_str();
         open.nShow = SW_SHOWNORMAL;
-        return ShellExecuteExW(&open) != FALSE;
+        if (ShellExecuteExW(&open)) return true;
+        DeleteFileW(copy.c_str());  // nobody will read it
+        return false;
     }
 };
 
