@@ -53,7 +53,7 @@ file(GLOB QV_TOOL_AREAS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/areas/*/tool/*
 add_executable(DeviceControlTool tools/DeviceControlTool/Main.cpp ${QV_TOOL_AREAS})
 target_include_directories(DeviceControlTool PRIVATE ${CMAKE_SOURCE_DIR}/src)
 # The system libraries the areas' handlers use (COM, DirectShow's identifiers, the shell).
-target_link_libraries(DeviceControlTool PRIVATE ole32 oleaut32 strmiids shell32 advapi32 uuid)
+target_link_libraries(DeviceControlTool PRIVATE ole32 oleaut32 strmiids shell32 advapi32 uuid mscms version)
 # Stripped: the module hashes the whole file before every run, so every byte costs.
 target_compile_options(DeviceControlTool PRIVATE -Os -ffunction-sections -fdata-sections)
 target_link_options(DeviceControlTool PRIVATE ${QV_STATIC_LINK} -municode -s -Wl,--gc-sections)

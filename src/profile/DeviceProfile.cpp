@@ -205,8 +205,13 @@ void ApplyDisplay(const Section& display, Sim::SimDevice& device) {
         const Section hdr = display[L"hdr"];
         if (hdr.Given()) tool.hdrSupported = !hdr.Null();
         hdr[L"on"].Into(tool.hdrOn);
+        // The presets the built-in display offers; null: none (whether the vendor's software is
+        // there at all is the library section's).
         const Section portrait = display[L"portrait"];
-        if (portrait.Given()) tool.portraitPresent = !portrait.Null();
+        if (portrait.Null()) {
+            tool.supportedModes.clear();
+            tool.displayMode = -1;
+        }
         portrait[L"mode"].Into(tool.displayMode);
         portrait[L"supportedModes"].IntoIntegers(tool.supportedModes);
     });

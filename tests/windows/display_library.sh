@@ -113,12 +113,22 @@ for kind in unsigned other extended; do
 done
 
 # What Wine has no part for: a brightness instance in its WMI, advanced colour in its display
-# configuration, the display vendor's display modes. Each answers as a machine without it.
+# configuration, preset profiles in its colour management. Each answers as a machine without it.
 check "brightness without a WMI brightness instance" '{"result":-1}' "$(run call 61 '{}')"
 check "brightness cannot be set there" '{"result":false}' "$(run call 62 '{"IValue":40}')"
 check "HDR not reported" '{"result":false}' "$(run call 63 '{}')"
 check "no display modes" '{"result":[]}' "$(run call 66 '{}')"
-check "no portrait support" '{"result":false}' "$(run call 76 '{}')"
+
+# The tool finds the vendor's software usable (the double and the service stand-in), as the
+# module does: its answer keeps the library in use for the commands after it.
+reset
+check "the vendor's software is there" '{"result":true}' "$(run call 76 '{}')"
+check "the module and the tool each asked the library" 2 "$(called | grep -c '^IsPlatformSupported()$')"
+check "the library stays in use after it, in the same service" '{"result":true} {"result":15} {"result":50}' \
+  "$(printf '76 {}\n70 {}\n77 {}\n' | run script - 2>/dev/null | tr -d '\r' | grep '^{' | paste -sd' ')"
+reset
+printf 'platform=0\n' > "$state"
+check "an unsupported platform: no vendor's software" '{"result":false}' "$(run call 76 '{}')"
 
 # The usual install again, and the library answering through it.
 "$root/scripts/wine-install" "$prefix"

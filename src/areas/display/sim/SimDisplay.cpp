@@ -4,6 +4,7 @@
 
 #include "areas/display/DisplayProtocol.h"
 #include "areas/sim/SimAreas.h"
+#include "platform/sim/SimDevice.h"
 #include "platform/sim/SimWorld.h"
 
 namespace Qv::Sim {
@@ -157,6 +158,13 @@ void SimDisplayControl::RedirectLoad(const std::wstring& path, const std::wstrin
     redirects_[Lower(path)] = mapped;
 }
 
+bool SimDisplayControl::VendorUsable() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto version = versions_.find(Lower(kSimDisplayServicePath));
+    return loadable_ && version != versions_.end() && version->second.state == FileVersion::State::Read &&
+           version->second.major >= 5 && panel_->platformSupported == 1;
+}
+
 void SimDisplayControl::SetLoadable(bool loadable) {
     std::lock_guard<std::mutex> lock(mutex_);
     loadable_ = loadable;
@@ -204,9 +212,16 @@ private:
 
 class DisplayModes final : public Words::IDisplayModes {
 public:
-    explicit DisplayModes(SimDisplayTool& state) : state_(state) {}
-    bool Present() override { return state_.portraitPresent; }
-    std::optional<int> Mode() override { return state_.displayMode; }
+    DisplayModes(SimWorld& world, SimDisplayTool& state) : world_(world), state_(state) {}
+    // As the real tool decides: the vendor's service and library, the library beside the tool.
+    bool Present() override {
+        const std::wstring folder = world_.modulePath.substr(0, world_.modulePath.find_last_of(L'\\'));
+        if (world_.files.count(Lower(folder + L"\\QVDC.dll")) == 0) return false;
+        return state_.vendor == nullptr || state_.vendor->VendorUsable();
+    }
+    std::optional<int> Mode() override {
+        return state_.displayMode >= 0 ? std::optional<int>(state_.displayMode) : std::nullopt;
+    }
     bool SetMode(int mode) override {
         if (std::count(state_.supportedModes.begin(), state_.supportedModes.end(), mode) == 0) return false;
         state_.displayMode = mode;
@@ -215,6 +230,7 @@ public:
     std::vector<int> SupportedModes() override { return state_.supportedModes; }
 
 private:
+    SimWorld& world_;
     SimDisplayTool& state_;
 };
 
@@ -225,14 +241,15 @@ std::wstring ServeHdr(SimWorld& world, const std::wstring& function, const std::
 
 std::wstring ServePortrait(SimWorld& world, const std::wstring& function, const std::wstring& argument) {
     SimDisplayTool& state = world.tool.Area<SimDisplayTool>();
-    if (function == Words::kGetSupportedDisplayModes && state.portraitPresent && !state.supportedModesLine.empty())
+    DisplayModes modes(world, state);
+    if (function == Words::kGetSupportedDisplayModes && !state.supportedModesLine.empty() && modes.Present())
         return state.supportedModesLine;
-    DisplayModes modes(state);
     return Words::ServePortrait(modes, function, argument);
 }
 
-// The tool contract's arrangement: "hdr" (unreadable, none, off, on) and "portrait" (absent,
-// present).
+// The tool contract's arrangement: "hdr" (unreadable, none, off, on), "portrait" (present: the
+// vendor's software as the laptop has it) and "presets" (none: no preset profile on the built-in
+// display).
 bool Arrange(SimWorld& world, const std::wstring& key, const std::wstring& value) {
     SimDisplayTool& state = world.tool.Area<SimDisplayTool>();
     if (key == L"hdr") {
@@ -241,8 +258,14 @@ bool Arrange(SimWorld& world, const std::wstring& key, const std::wstring& value
         state.hdrOn = value == L"on";
         return true;
     }
-    if (key == L"portrait") {
-        state.portraitPresent = value == L"present";
+    if (key == L"portrait" && value == L"present") {
+        // The library beside the module, as scripts/wine-install puts the double there.
+        world.files.insert(Lower(world.modulePath.substr(0, world.modulePath.find_last_of(L'\\')) + L"\\QVDC.dll"));
+        return true;
+    }
+    if (key == L"presets" && value == L"none") {
+        state.supportedModes.clear();
+        state.displayMode = -1;
         return true;
     }
     return false;
@@ -259,5 +282,9 @@ SimArea DisplaySimArea() {
 }  // namespace Qv::Sim
 
 std::shared_ptr<Qv::platform::IDisplayControl> Qv::platform::IDisplayControl::Make(Platform& platform) {
-    return std::make_shared<Qv::Sim::SimDisplayControl>(Qv::Sim::FaultsOf(platform));
+    auto control = std::make_shared<Qv::Sim::SimDisplayControl>(Qv::Sim::FaultsOf(platform));
+    // The simulated tool asks it whether the vendor's software is usable, as the real tool does.
+    if (auto* device = dynamic_cast<Qv::Sim::SimDevice*>(&platform))
+        device->WithWorld([&](Qv::Sim::SimWorld& world) { world.tool.Area<Qv::Sim::SimDisplayTool>().vendor = control.get(); });
+    return control;
 }

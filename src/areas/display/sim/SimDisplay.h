@@ -53,6 +53,9 @@ public:
     SimPanel& Panel() { return *panel_; }
 
     // --- observation ---
+    // The vendor's software as the tool finds it usable: its service at version 5 or later and
+    // its library loading and saying the platform is supported.
+    bool VendorUsable();
     std::vector<std::string> Calls() const;  // "SetShedulerMode(2)", most recent last
     std::vector<std::wstring> LoadedPaths() const;
     int LoadedLibraries() const;  // libraries loaded and not yet released
@@ -76,12 +79,14 @@ private:
 };
 
 // What the tool's display areas reach on the simulated laptop (kept in the world's tool state).
+// Whether the vendor's software is there and usable is the display-control port's to say
+// (`vendor`, set when the port is made; without it the laptop's defaults: version 5, supported).
 struct SimDisplayTool {
+    SimDisplayControl* vendor = nullptr;
     bool hdrReadable = true;  // false: the displays' advanced-colour state cannot be read
     bool hdrSupported = true;
     bool hdrOn = false;
-    bool portraitPresent = true;
-    int displayMode = 0;
+    int displayMode = 0;  // the preset in use; -1: the display's default profile is no preset's
     std::vector<int> supportedModes{0, 1, 2, 7, 13};
     std::wstring supportedModesLine;  // when set, the tool prints this instead of the modes
 };

@@ -77,9 +77,33 @@ TEST(DisplayProtocolTest, DisplayModesNeedTheVendorsSoftware) {
     modes.supported.clear();
     EXPECT_EQ(Display::ServePortrait(modes, L"GetSupportedDisplayModes", L""), L"-1");
     modes.present = false;
-    for (const wchar_t* function : {L"IsPortraitSupported", L"GetDisplayMode", L"SetDisplayMode", L"GetSupportedDisplayModes"})
+    EXPECT_EQ(Display::ServePortrait(modes, L"IsPortraitSupported", L""), L"0");
+    for (const wchar_t* function : {L"GetDisplayMode", L"SetDisplayMode", L"GetSupportedDisplayModes"})
         EXPECT_EQ(Display::ServePortrait(modes, function, L"7"), L"-1") << function;
     EXPECT_EQ(modes.mode, 7);
+}
+
+// A preset is the colour profile named after it: the numbers a panel's profiles offer, the one
+// its default profile is (the number last set breaks a tie of two numbers with one name), and the
+// profile to make the default for a number.
+TEST(DisplayProtocolTest, PresetsAreTheProfilesNamedAfterThem) {
+    const std::vector<std::wstring> profiles{L"C:\\Windows\\System32\\spool\\drivers\\color\\Standard.icm",
+                                             L"MOVIE.ICC", L"sRGB D65.icm", L"Web (sRGB).icm", L"Panel calibration.icm",
+                                             L"Native"};
+    EXPECT_EQ(Display::PresetsOffered(profiles), (std::vector<int>{0, 7, 11, 13, 20, 23, 27}));
+    EXPECT_EQ(Display::PresetsOffered({}), std::vector<int>{});
+
+    EXPECT_EQ(Display::PresetOf(L"Movie.icm", std::nullopt), 7);
+    EXPECT_EQ(Display::PresetOf(L"sRGB D65.icm", std::nullopt), 13);
+    EXPECT_EQ(Display::PresetOf(L"sRGB D65.icm", 27), 27);
+    EXPECT_EQ(Display::PresetOf(L"sRGB D65.icm", 7), 13) << "a number last set for another profile does not count";
+    EXPECT_EQ(Display::PresetOf(L"Panel calibration.icm", 0), std::nullopt);
+    EXPECT_EQ(Display::PresetOf(L"", 0), std::nullopt);
+
+    EXPECT_EQ(Display::ProfileOf(27, profiles), L"sRGB D65.icm");
+    EXPECT_EQ(Display::ProfileOf(7, profiles), L"MOVIE.ICC");
+    EXPECT_EQ(Display::ProfileOf(1, profiles), L"");
+    for (int unused : {16, 17, 18, 19, 36, -1}) EXPECT_EQ(Display::ProfileOf(unused, {L".icm", L"(null).icm"}), L"") << unused;
 }
 
 }  // namespace

@@ -199,13 +199,14 @@ TEST_F(DisplayTest, AnUnsupportedPlatformKeepsTheLibraryLoadedButNotReady) {
 
 TEST_F(DisplayTest, ANegativePortraitCheckTakesTheLibraryAway) {
     EXPECT_EQ(DisplayHelper::GetInstance()->GetInputSource(), 15);
-    Tool([](Sim::SimDisplayTool& tool) { tool.portraitPresent = false; });
+    // The vendor's software stops being usable after the library started: the tool says so.
+    Panel().platformSupported = 0;
     EXPECT_EQ(Call(76), (Answer{Status::kSuccess, L"{\"result\":false}"}));
     EXPECT_EQ(DisplayHelper::GetInstance()->GetInputSource(), -1);
     EXPECT_EQ(Call(71, L"{\"IValue\":17}"), (Answer{Status::kSuccess, L"{\"result\":false}"}));
     EXPECT_EQ(Panel().inputSource, 15);
     // A positive one gives it back.
-    Tool([](Sim::SimDisplayTool& tool) { tool.portraitPresent = true; });
+    Panel().platformSupported = 1;
     EXPECT_EQ(Call(76), (Answer{Status::kSuccess, L"{\"result\":true}"}));
     EXPECT_EQ(DisplayHelper::GetInstance()->GetInputSource(), 15);
 }
@@ -358,7 +359,7 @@ TEST_F(DisplayTest, DisplayModesGoThroughTheToolAfterThePortraitCheck) {
     EXPECT_EQ(Call(67).text, L"{\"result\":-1}");
     EXPECT_EQ(log->Count(LogLevel::Error, L"DisplayHelper::GetDisplayMode: Failed to convert mode string to integer: mode"), 1u);
 
-    Tool([](Sim::SimDisplayTool& tool) { tool.portraitPresent = false; });
+    device.RemoveFile(kLibrary);  // no vendor's software: no presets either
     EXPECT_EQ(Call(67).text, L"{\"result\":-1}");
     EXPECT_EQ(Call(68, L"{\"IValue\":1}").text, L"{\"result\":false}");
     EXPECT_EQ(Call(66), (Answer{Status::kSuccess, L"{\"result\":[]}"}));

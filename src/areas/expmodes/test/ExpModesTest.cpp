@@ -50,10 +50,10 @@ protected:
             Sim::SimCamera& cam = world.tool.Area<Sim::SimCamera>();
             cam.present = camera;
             cam.blurSupported = cam.autoFrameSupported = cam.zoomSupported = camera;
-            Sim::SimDisplayTool& display = world.tool.Area<Sim::SimDisplayTool>();
-            display.hdrSupported = hdr;
-            display.portraitPresent = portrait;
+            world.tool.Area<Sim::SimDisplayTool>().hdrSupported = hdr;
         });
+        // The display vendor's software, usable or not.
+        Sim::SimulatedDisplay(device).Panel().platformSupported = portrait ? 1 : 0;
     }
     ExpModesHelper& Helper() { return *ExpModesHelper::GetInstance(); }
     std::vector<Row> Rows(const std::wstring& name) {
@@ -137,6 +137,15 @@ TEST_F(ExpModesTest, EachCameraFeatureHasItsOwnProbe) {
 TEST_F(ExpModesTest, PortraitAloneAddsTheDisplayModeToMovie) {
     Features(false, false, true);
     EXPECT_EQ(Types(L"movie"), (std::vector<uint32_t>{3, 14, 16}));
+}
+
+// The modes ask the tool whether the vendor's presets are there; on a laptop with the vendor's
+// software the answer keeps the display-control library in use.
+TEST_F(ExpModesTest, AModeLeavesTheDisplayLibraryInUse) {
+    Features(true, true, true);
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"movie\",\"UserPicks\":[1,2,3,4,5]}").text, L"{\"result\":true}");
+    EXPECT_EQ(Call(70).text, L"{\"result\":15}");
+    EXPECT_EQ(Call(77).text, L"{\"result\":50}");
 }
 
 TEST_F(ExpModesTest, BuildingAModeAgainMovesItToTheEnd) {
