@@ -321,6 +321,8 @@ void PrepareLaptop(Sim::SimDevice& device) {
         world.packages.push_back(
             {Sim::SimStorePackages::Package(kCompanionFamily, L"3.1.0.0"), {{world.userSecurityId, 2}}});
     });
+    const std::string refused = ApplyProfile(FullFeaturedLaptopText(), device);
+    if (!refused.empty()) throw std::logic_error("the full-featured laptop's profile is refused: " + refused);
 }
 
 std::string ApplyProfile(const std::string& text, Sim::SimDevice& device) {

@@ -12,10 +12,13 @@ namespace Qv::Profile {
 
 // The schema every profile is checked against (the text of profiles/profile.schema.json).
 const char* SchemaText();
+// The full-featured laptop's profile (the text of profiles/full-featured-laptop.json).
+const char* FullFeaturedLaptopText();
 
-// The full-featured laptop that every profile starts from: the simulated device's defaults, the
-// device control tool and the display-control library beside the module (signed with the first
-// key this build trusts), and the companion app installed for the signed-in user.
+// The full-featured laptop that every profile starts from: the device control tool and the
+// display-control library beside the module (signed with the first key this build trusts), the
+// companion app installed for the signed-in user, and profiles/full-featured-laptop.json applied,
+// so that a laptop without a profile and one with that profile are the same laptop.
 void PrepareLaptop(Sim::SimDevice& device);
 
 // Arranges `device` (prepared) after a profile's UTF-8 text. Empty on success; otherwise why the

@@ -28,12 +28,9 @@ constexpr size_t kPowerShellReadBytes = 4095;
 constexpr AudioHelper::PowerShellTexts kNoiseTexts{
     L"RTKToggleNoiseControl: Failed to create pipe.", L"RTKToggleNoiseControl: Failed to create PowerShell process.",
     L"RTKToggleNoiseControl: PowerShell wrote nothing in 5 seconds and was ended."};
-constexpr AudioHelper::PowerShellTexts kSwapSupportTexts{
-    L"IsSpeakerSwapSupported: Failed to create pipe.", L"IsSpeakerSwapSupported: Failed to create PowerShell process.",
-    L"IsSpeakerSwapSupported: PowerShell wrote nothing in 5 seconds and was ended."};
-constexpr AudioHelper::PowerShellTexts kSwapTexts{
-    L"ToggleSpeakerSwap: Failed to create pipe.", L"ToggleSpeakerSwap: Failed to create PowerShell process.",
-    L"ToggleSpeakerSwap: PowerShell wrote nothing in 5 seconds and was ended."};
+// Speaker swap runs its scripts as noise control does, with the same texts.
+constexpr const AudioHelper::PowerShellTexts& kSwapSupportTexts = kNoiseTexts;
+constexpr const AudioHelper::PowerShellTexts& kSwapTexts = kNoiseTexts;
 
 IAudioEndpoints& Endpoints() { return platform::Current().AreaPort<IAudioEndpoints>(); }
 

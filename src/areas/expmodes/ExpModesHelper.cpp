@@ -21,10 +21,12 @@ namespace {
 
 constexpr char kFolderFunction[] = "Qv::Bridge::Server::Services::DeviceControl::ExpModesHelper::GetCfgFolderPath";
 constexpr char kLoadFunction[] = "Qv::Bridge::Server::Services::DeviceControl::ExpModesHelper::Load";
+constexpr char kRestoreFunction[] = "Qv::Bridge::Server::Services::DeviceControl::ExpModesHelper::RestoreMode";
 constexpr wchar_t kFolderBelowProgramData[] = L"\\QV\\DeviceControl\\ExpModes";
 constexpr wchar_t kRestoreFile[] = L"restorestate.json";
 constexpr wchar_t kRestoreName[] = L"restorestate";
 constexpr uint32_t kLastCode = 43;
+constexpr size_t kMaxPicks = 4096;
 constexpr int32_t kLoadedOrder = 99;
 
 constexpr wchar_t kPerformance[] = L"power_mode_performance";
@@ -389,9 +391,10 @@ bool ExpModesHelper::ChangeMode(std::wstring& modeName, std::vector<int>& userPi
         toRun = mode->Commands;
     } else {
         for (int pick : userPicks) {
-            // 1-based; 0 and negatives fall out of the unsigned test.
-            if (static_cast<size_t>(static_cast<unsigned>(pick - 1)) < mode->Commands.size())
-                toRun.push_back(mode->Commands[static_cast<size_t>(pick - 1)]);
+            // 1-based, tested as p - 1 unsigned: 0 and negatives fall out (computed unsigned, so
+            // that the lowest int does not overflow).
+            const size_t index = static_cast<size_t>(static_cast<unsigned>(pick) - 1u);
+            if (index < mode->Commands.size()) toRun.push_back(mode->Commands[index]);
         }
     }
     std::sort(toRun.begin(), toRun.end(), [](const ExpCommand& a, const ExpCommand& b) { return a.Order < b.Order; });
@@ -417,7 +420,14 @@ bool ExpModesHelper::RestoreMode() {
     bool any = false;
     for (const ExpCommand& command : restoreCommands_) {
         std::wstring previous;
-        if (Execute(command, previous)) any = true;
+        try {
+            if (Execute(command, previous)) any = true;
+        } catch (const std::logic_error& error) {
+            // Not a number: a file nobody but the service should write says otherwise. The rest
+            // of the state is still put back, and the next restore is not stuck on it.
+            logger_->LogError(L"%S - Skipped a restore command of type %d: its Parameter \"%s\" is not a number (%S)",
+                              kRestoreFunction, static_cast<int>(command.Type), command.Parameter.c_str(), error.what());
+        }
     }
     return any;
 }
@@ -427,6 +437,10 @@ int ExpModesHelper::ChangeMode(Document* request, Document* response) {
     const Json::Value* name = Json::FindMember(*request, L"ModeName");
     const Json::Value* picks = Json::FindMember(*request, L"UserPicks");
     if (name == nullptr || !name->IsString() || picks == nullptr || !picks->IsArray()) return Status::kArgumentCheckFailed;
+    // Each pick adds an entry to the restore state: bounded, so that the state always fits the
+    // store (an entry is at most {"Type":43,"Parameter":"power_mode_performance"}, 48 characters).
+    static_assert(kMaxPicks * 48 + 64 < platform::IStoreFiles::kMaxFileBytes, "the restore state fits the store");
+    if (picks->Size() > kMaxPicks) return Status::kArgumentCheckFailed;
     std::vector<int> userPicks;
     for (const Json::Value& pick : picks->GetArray()) {
         if (!pick.IsInt()) return Status::kArgumentCheckFailed;

@@ -23,6 +23,9 @@ public:
     static constexpr int32_t kUntrustedFile = 1307;  // ERROR_INVALID_OWNER
     static constexpr int32_t kAlreadyExists = 183;   // ERROR_ALREADY_EXISTS
     static constexpr int32_t kFileExists = 80;       // ERROR_FILE_EXISTS
+    static constexpr int32_t kFileTooLarge = 223;    // ERROR_FILE_TOO_LARGE
+    // No file of the store is larger: a larger one is not read, nor written.
+    static constexpr size_t kMaxFileBytes = 1u << 20;
 
     // Who may change a folder.
     struct Ownership {

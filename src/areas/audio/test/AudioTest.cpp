@@ -372,6 +372,15 @@ TEST_F(AudioTest, SpeakerSwapNeedsTheVendorsSupport) {
     for (const wchar_t* input : {L"{\"IValue\":2}", L"{\"IValue\":true}", L"{\"IValue\":-1}", L"{\"IValue\":\"1\"}",
                                  L"{\"IValue\":null}", L"{}"})
         EXPECT_EQ(Call(79, input).status, Status::kArgumentCheckFailed) << input;
+
+    // Its scripts run as noise control's do, and a PowerShell that cannot start says so in
+    // noise control's words, for the support check and for the switch alike.
+    for (int nth : {1, 2}) {
+        log->Clear();
+        device.Faults().FailNth(Sim::SimPort::Processes, nth, 5);
+        EXPECT_EQ(Call(79, L"{\"IValue\":1}").text, L"{\"result\":false}") << nth;
+        EXPECT_EQ(log->Count(LogLevel::Error, L"RTKToggleNoiseControl: Failed to create PowerShell process."), 1u) << nth;
+    }
 }
 
 }  // namespace

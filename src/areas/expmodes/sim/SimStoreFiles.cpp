@@ -186,6 +186,7 @@ platform::Result<std::string> SimStoreFiles::Read(const std::wstring& path) {
     if (world_.files.count(place) == 0 || found == world_.contents.end() || !found->second)
         return platform::Failure{kFileNotFound};
     if (!Trusted(OwnerOf(world_, place)) || Names(world_, place) > 1) return platform::Failure{kUntrustedFile};
+    if (found->second->size() > kMaxFileBytes) return platform::Failure{kFileTooLarge};
     return *found->second;
 }
 
@@ -200,6 +201,7 @@ platform::Result<void> SimStoreFiles::WriteNew(const std::wstring& path, const s
         attack.swap(beforeWrite_);
     }
     if (attack) attack();
+    if (bytes.size() > kMaxFileBytes) return platform::Failure{kFileTooLarge};
     std::lock_guard<std::mutex> lock(world_.mutex);
     // Creating a file follows the folders on its way, as CreateFileW does.
     const std::wstring place = Place(world_, path);

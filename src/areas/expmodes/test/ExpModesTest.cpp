@@ -177,7 +177,9 @@ TEST_F(ExpModesTest, ThePowerSaverRunsByOrderAndRecordsWhatItOverwrote) {
 }
 
 TEST_F(ExpModesTest, PicksAreOneBasedAndRunAsOftenAsGiven) {
-    EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[0,7,-1,3]}"), (Answer{Status::kSuccess, L"{\"result\":false}"}));
+    // Music has 2 commands: 0, 3 and the negatives are no position, the lowest int included.
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[0,3,-1,-2147483648,2147483647]}"),
+              (Answer{Status::kSuccess, L"{\"result\":false}"}));
     EXPECT_EQ(File(), "");
     // [1, 1] on music: the volume twice; the second records what the first set.
     EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[1,1]}"), (Answer{Status::kSuccess, L"{\"result\":true}"}));
@@ -190,6 +192,17 @@ TEST_F(ExpModesTest, PicksAreOneBasedAndRunAsOftenAsGiven) {
     // Only the second command.
     EXPECT_EQ(Call(110, L"{\"ModeName\":\"music\",\"UserPicks\":[2]}").text, L"{\"result\":true}");
     EXPECT_EQ(File(), "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":4,\"Parameter\":\"0\"}]}");
+
+    // At most 4096 picks, so that the restore state always fits the store's file.
+    const auto picks = [](size_t count) {
+        std::wstring list = L"{\"ModeName\":\"music\",\"UserPicks\":[";
+        for (size_t i = 0; i < count; ++i) list += i == 0 ? L"1" : L",1";
+        return list + L"]}";
+    };
+    EXPECT_EQ(Call(110, picks(4097)), (Answer{Status::kArgumentCheckFailed, L"{}"}));
+    EXPECT_EQ(Call(110, picks(4096)).text, L"{\"result\":true}");
+    // {"ModeName":"restorestate","Commands":[ ... ]}: 4096 entries {"Type":3,"Parameter":"80"} and commas.
+    EXPECT_EQ(File().size(), 39u + 4096u * 27u + 4095u + 2u);
 }
 
 TEST_F(ExpModesTest, NothingDoneLeavesTheRestoreStateAlone) {
@@ -400,25 +413,39 @@ TEST_F(ExpModesTest, AnUnreadableFileIsAWarning) {
     EXPECT_EQ(log->Count(LogLevel::Warning, L"ExpModesHelper::Load - Failed to open analytics cfg file at C:\\ProgramData"), 1u);
 }
 
-TEST_F(ExpModesTest, ANonNumericParameterRaisesBeforeAnythingChanges) {
-    Helper();
-    Restart();
-    device.WriteFile(kRestoreFile, "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":3,\"Parameter\":\"loud\"}]}");
-    try {
-        Call(111);
-        ADD_FAILURE() << "no exception";
-    } catch (const std::invalid_argument& error) {
-        EXPECT_STREQ(error.what(), "invalid stoi argument");
+// A restore command whose Parameter is no number is skipped and logged; the rest of the state is
+// put back, and the next restore is not stuck on it. Numbers read as std::stoi reads them.
+TEST_F(ExpModesTest, ARestoreCommandThatIsNoNumberIsSkipped) {
+    for (const char* bad : {"loud", "99999999999"}) {
+        Restart();
+        log->Clear();
+        device.WriteFile(kRestoreFile, std::string("{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":3,\"Parameter\":\"") +
+                                           bad + "\"},{\"Type\":1,\"Parameter\":\"12\"}]}");
+        EXPECT_EQ(Call(111).text, L"{\"result\":true}") << bad;
+        EXPECT_EQ(Call(91).text, L"{\"result\":12}") << bad;
+        EXPECT_EQ(SpeakerVolume(), 50) << bad;
+        EXPECT_EQ(log->Count(LogLevel::Error, L"ExpModesHelper::RestoreMode - Skipped a restore command of type 3: its "
+                                              L"Parameter \"" + Core::Widen(bad) + L"\" is not a number"),
+                  1u)
+            << bad;
+        EXPECT_EQ(Call(111).text, L"{\"result\":true}") << bad;
     }
-    EXPECT_EQ(SpeakerVolume(), 50);
-    Restart();
-    device.WriteFile(kRestoreFile, "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":3,\"Parameter\":\"99999999999\"}]}");
-    EXPECT_THROW(Call(111), std::out_of_range);
     // Leading blanks and trailing text are a number's business: " 40%" is 40.
     Restart();
     device.WriteFile(kRestoreFile, "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":3,\"Parameter\":\" 40%\"}]}");
     EXPECT_EQ(Call(111).text, L"{\"result\":true}");
     EXPECT_EQ(SpeakerVolume(), 40);
+}
+
+// What was read before a fault in the file stays in memory (the file itself is deleted).
+TEST_F(ExpModesTest, APartlyReadStateIsKept) {
+    Helper();
+    Restart();
+    device.WriteFile(kRestoreFile, "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":3,\"Parameter\":\"35\"},"
+                                   "{\"Type\":\"3\",\"Parameter\":\"45\"}]}");
+    EXPECT_EQ(Call(111).text, L"{\"result\":true}");
+    EXPECT_EQ(SpeakerVolume(), 35);
+    EXPECT_FALSE(device.Files().FileExists(kRestoreFile));
 }
 
 TEST_F(ExpModesTest, ASaveCutOffAtAnyByteLeavesTheOldFileOrTheNew) {

@@ -17,7 +17,6 @@ namespace {
 
 // SYSTEM and Administrators full control, Users read and run; protected from inheritance.
 constexpr wchar_t kStoreAccess[] = L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FRFX;;;BU)";
-constexpr DWORD kMaxFileBytes = 1u << 20;  // larger is not a file of ours
 // What lets someone other than the owner's peers change a folder or what is in it.
 constexpr DWORD kChangeRights = GENERIC_ALL | GENERIC_WRITE | WRITE_DAC | WRITE_OWNER | DELETE | FILE_ADD_FILE |
                                 FILE_ADD_SUBDIRECTORY | FILE_DELETE_CHILD | FILE_WRITE_ATTRIBUTES | FILE_WRITE_EA;
@@ -215,13 +214,13 @@ public:
         DWORD read = 0;
         while (ReadFile(file.get(), chunk, sizeof chunk, &read, nullptr) && read > 0) {
             text.append(chunk, read);
-            if (text.size() > kMaxFileBytes) return Failure{ERROR_FILE_TOO_LARGE};
+            if (text.size() > kMaxFileBytes) return Failure{kFileTooLarge};
         }
         return text;
     }
 
     Result<void> WriteNew(const std::wstring& path, const std::string& bytes) override {
-        if (bytes.size() > kMaxFileBytes) return Failure{ERROR_FILE_TOO_LARGE};
+        if (bytes.size() > kMaxFileBytes) return Failure{kFileTooLarge};
         auto descriptor = StoreDescriptor();
         if (!descriptor) return Failure{descriptor.Status()};
         SECURITY_ATTRIBUTES security{sizeof(SECURITY_ATTRIBUTES), descriptor->get(), FALSE};
