@@ -1,6 +1,7 @@
 # make demo   - the tour of the real DLL under Wine through devicectl.exe
 # make test   - every test: the native suite plain, under ASan+UBSan and under TSan, a fuzz smoke
-#               run, and the Windows tests under Wine
+#               run, and the Windows tests under Wine; every target of every preset is built
+#               first (the benchmarks and the product build included), so none of them can rot
 # make bench  - the benchmarks beside their floors (optimised native build, and under Wine)
 # make fuzz   - the ExecuteCommand fuzzer for FUZZ_SECONDS (default 300)
 # make mutate - the mutation gauge (AREAS="accessory camera" for some areas only)
@@ -39,7 +40,7 @@ test-tsan: native-tsan
 test-windows: mingw
 	scripts/test-windows
 
-test: native native-asan native-tsan mingw
+test: native native-asan native-tsan native-release mingw product
 	ctest --preset native
 	ctest --preset native-asan
 	ctest --preset native-tsan

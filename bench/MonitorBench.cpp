@@ -93,6 +93,8 @@ public:
     platform::IRpcCall& Rpc() override { return device_.Rpc(); }
     platform::IClock& Clock() override { return clock_; }
     platform::IWmi& Wmi() override { return device_.Wmi(); }
+    platform::IStorePackages& Packages() override { return device_.Packages(); }
+    platform::IThreads& Threads() override { return device_.Threads(); }
 
     Rounds rounds;
 
