@@ -88,6 +88,23 @@ TEST_F(PackagesTest, RegistrationIsRefusedOutsideItsRules) {
     device.WithWorld([](Sim::SimWorld& world) { world.userElevationType = 2; });
     EXPECT_TRUE(packages.RegisterPackage(kFamily));
 
+    // The user's token cannot be read for its elevation type, or cannot be impersonated: refused,
+    // with the step in the log, and the thread left as it was. (The user port's last two calls of
+    // a registration are the impersonation and the revert.)
+    device.Faults().Reset();
+    EXPECT_TRUE(packages.RegisterPackage(kFamily));
+    const uint64_t calls = device.Faults().Calls(Sim::SimPort::User);
+    device.Faults().FailNth(Sim::SimPort::User, calls - 1, 1346);
+    EXPECT_FALSE(packages.RegisterPackage(kFamily));
+    EXPECT_TRUE(log->Contains(L"Problem during registration of 5E0C2A91.LumenCenter_k4m2x9trq7bw3. Impersonation "
+                              L"Operation. Error Code: 1346"));
+    EXPECT_FALSE(device.Impersonating());
+    device.Faults().FailNth(Sim::SimPort::User, calls - 2, 87);
+    EXPECT_FALSE(packages.RegisterPackage(kFamily));
+    EXPECT_TRUE(log->Contains(L"Problem during registration of 5E0C2A91.LumenCenter_k4m2x9trq7bw3. Elevated Token "
+                              L"Operation. Error Code: 87"));
+    EXPECT_FALSE(device.Impersonating());
+
     // Nobody signed in.
     device.SetSignedIn(false);
     EXPECT_FALSE(packages.RegisterPackage(kFamily));

@@ -173,10 +173,18 @@ TEST_F(ApplicationTest, WriteToDocHandsTheToolAFileItRemovesAfterwards) {
     device.WithWorld([](Sim::SimWorld& world) { world.temporaryFolder = L"C:\\Temp"; });
     EXPECT_EQ(Call(23, L"{\"SValue\":\"x\"}").text, L"{\"result\":true}");
     EXPECT_EQ(Apps().documents.Items().back().first, L"C:\\Temp\\WrenServiceTemp.txt");
-    // The tool could not show it: false, and the file goes all the same.
+    // The tool could not show it, or is not trusted: false, and the file goes all the same.
     device.Tool().replies[L"WriteToDoc"] = "-1\r\n";
     EXPECT_EQ(Call(23, L"{\"SValue\":\"y\"}").text, L"{\"result\":false}");
     EXPECT_FALSE(device.Files().FileExists(L"C:\\Temp\\WrenServiceTemp.txt"));
+    device.Tool().replies.clear();
+    device.InstallTool({0x30, 0x0d, 0x06});  // signed, but by no key of ours
+    EXPECT_EQ(Call(23, L"{\"SValue\":\"z\"}").text, L"{\"result\":false}");
+    EXPECT_FALSE(device.Files().FileExists(L"C:\\Temp\\WrenServiceTemp.txt"));
+    EXPECT_EQ(Apps().documents.Total(), 2u);
+    // No temporary folder at all: nothing is written.
+    device.WithWorld([](Sim::SimWorld& world) { world.temporaryFolder.clear(); });
+    EXPECT_EQ(Call(23, L"{\"SValue\":\"x\"}").text, L"{\"result\":false}");
 }
 
 TEST_F(ApplicationTest, APlantedLinkIsNeverWrittenThrough) {

@@ -160,8 +160,10 @@ TEST_F(AudioTest, MuteActsOnTheMultimediaAndCommunicationsDefaults) {
         EXPECT_EQ(Call(43, input), (Answer{Status::kSuccess, L"{\"result\":true}"})) << input;
         EXPECT_FALSE(Muted(Flow::Render, kHeadphones)) << input;
     }
-    for (const wchar_t* input : {L"{\"dataFlow\":1}", L"{\"dataFlow\":1,\"enable\":null}"})
-        EXPECT_EQ(Call(43, input).status, Status::kArgumentCheckFailed) << input;
+    // A valid data flow without "enable" is refused by mute and by noise control alike.
+    for (unsigned number : {43u, 46u})
+        for (const wchar_t* input : {L"{\"dataFlow\":1}", L"{\"dataFlow\":1,\"enable\":null}"})
+            EXPECT_EQ(Call(number, input).status, Status::kArgumentCheckFailed) << number << " " << input;
     EXPECT_EQ(Call(43, L"{\"dataFlow\":1,\"enable\":true}").status, Status::kSuccess);
     EXPECT_TRUE(Muted(Flow::Capture, kMicrophone));
     EXPECT_EQ(Audio().OpenVolumes(), 0);
@@ -372,6 +374,20 @@ TEST_F(AudioTest, SpeakerSwapNeedsTheVendorsSupport) {
     for (const wchar_t* input : {L"{\"IValue\":2}", L"{\"IValue\":true}", L"{\"IValue\":-1}", L"{\"IValue\":\"1\"}",
                                  L"{\"IValue\":null}", L"{}"})
         EXPECT_EQ(Call(79, input).status, Status::kArgumentCheckFailed) << input;
+
+    // The endpoint's id stays one literal of the script, whatever quote it holds.
+    const std::wstring odd = L"{0.0.0.00000000}.{it's \"odd\"}";
+    auto render = Audio().GetFlow(Flow::Render);
+    for (auto& endpoint : render.endpoints)
+        if (endpoint.id == render.defaultId) endpoint.id = L"\\\\?\\SWD#MMDEVAPI#" + odd + L"#{e6327cad-dcec-4949-ae8a-991e976a79d2}";
+    render.defaultId = render.volumeId = render.endpoints.front().id;
+    Audio().SetFlow(Flow::Render, render);
+    Realtek([&](Sim::SimRealtek& realtek) { realtek.devicePaths.insert(odd); });
+    EXPECT_EQ(Call(79, L"{\"IValue\":1}"), (Answer{Status::kSuccess, L"{\"result\":true}"}));
+    Realtek([&](Sim::SimRealtek& realtek) {
+        EXPECT_TRUE(realtek.swapOn);
+        EXPECT_NE(realtek.calls.Items().back().find(odd), std::wstring::npos);
+    });
 
     // Its scripts run as noise control's do, and a PowerShell that cannot start says so in
     // noise control's words, for the support check and for the switch alike.

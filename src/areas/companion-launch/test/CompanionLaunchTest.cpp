@@ -78,7 +78,7 @@ TEST_F(CompanionLaunchTest, StartsTheCompanionFiveMinutesAfterStartUpNotAMinuteL
     EXPECT_TRUE(log->Contains(L"DeviceControlService - Finished StartTimedEvent. (return)"));
 
     // Armed once: later notifications do not start it again.
-    service->session_change_task(kWtsSessionLogon, nullptr);
+    service->session_change_task(5, nullptr);
     EXPECT_FALSE(log->Contains(L"WTS_SESSION_LOGON received."));
 }
 
@@ -95,6 +95,24 @@ TEST_F(CompanionLaunchTest, AfterTheFirstRunExperienceItWaits55MinutesMore) {
     EXPECT_TRUE(Started().empty());
     EXPECT_EQ(Launch()->CurrentPhase(), CompanionLaunch::Phase::FirstRunWait);
     Clock().Advance(1);
+    ASSERT_TRUE(WaitForPhase(CompanionLaunch::Phase::Finished));
+    EXPECT_EQ(Started(), kStarted);
+}
+
+// The first run's end can come while the initial wait runs: the wait goes on, and 55 minutes more
+// follow it.
+TEST_F(CompanionLaunchTest, TheFirstRunEndingDuringTheInitialWaitAddsItsWait) {
+    service->startup_task();
+    WaitForSleep();
+    Clock().Advance(2 * kMinute);
+    EXPECT_TRUE(service->oobe_event_task());
+    EXPECT_EQ(Launch()->CurrentPhase(), CompanionLaunch::Phase::InitialWait);
+    Clock().Advance(3 * kMinute);
+    ASSERT_TRUE(WaitForPhase(CompanionLaunch::Phase::FirstRunWait));
+    WaitForSleep();
+    EXPECT_EQ(Launch()->RemainingMilliseconds(), 55 * kMinute);
+    EXPECT_TRUE(Started().empty());
+    Clock().Advance(55 * kMinute);
     ASSERT_TRUE(WaitForPhase(CompanionLaunch::Phase::Finished));
     EXPECT_EQ(Started(), kStarted);
 }
@@ -129,8 +147,8 @@ TEST_F(CompanionLaunchTest, AMachineThatDoesNotQualifyIsSettledForGood) {
     EXPECT_TRUE(log->Contains(L"DeviceControlService - App not supported on device."));
     EXPECT_TRUE(Launch()->LaunchStarted());
     EXPECT_EQ(Launch()->CurrentPhase(), CompanionLaunch::Phase::Idle);
-    service->session_change_task(kWtsSessionLogon, nullptr);
-    service->session_change_task(kWtsSessionUnlock, nullptr);
+    service->session_change_task(5, nullptr);
+    service->session_change_task(8, nullptr);
     EXPECT_FALSE(log->Contains(L"received."));
     EXPECT_EQ(log->Count(LogLevel::Info, L"App not supported on device."), 1u);
     EXPECT_EQ(Clock().Sleepers(), 0u);
@@ -190,10 +208,10 @@ TEST_F(CompanionLaunchTest, NoRealUserYetLeavesItToTheNextLogon) {
     EXPECT_EQ(Launch()->CurrentPhase(), CompanionLaunch::Phase::Idle);
 
     // The lock screen is not a logon; the real user's logon is.
-    service->session_change_task(kWtsSessionLock, nullptr);
+    service->session_change_task(7, nullptr);
     EXPECT_FALSE(log->Contains(L"received."));
     device.SetUserEnvironment(L"USERPROFILE", L"C:\\Users\\Avery");
-    service->session_change_task(kWtsSessionLogon, nullptr);
+    service->session_change_task(5, nullptr);
     EXPECT_TRUE(log->Contains(L"DeviceControlService::sesion_change_task - WTS_SESSION_LOGON received."));
     EXPECT_TRUE(log->Contains(L"DeviceControlService - Waiting to start Lumen App."));
     EXPECT_TRUE(Launch()->LaunchStarted());
@@ -203,7 +221,7 @@ TEST_F(CompanionLaunchTest, NoRealUserYetLeavesItToTheNextLogon) {
     device.SetUserEnvironment(L"USERPROFILE", L"C:\\Users\\Default");
     service->startup_task();
     device.SetUserEnvironment(L"USERPROFILE", L"C:\\Users\\Avery");
-    service->session_change_task(kWtsSessionUnlock, nullptr);
+    service->session_change_task(8, nullptr);
     EXPECT_TRUE(log->Contains(L"DeviceControlService::sesion_change_task - WTS_SESSION_UNLOCK received."));
     EXPECT_TRUE(log->Contains(L"takenCare = 1"));
     EXPECT_TRUE(log->Contains(L"DeviceControlService - No background task needed."));
@@ -276,13 +294,13 @@ TEST_F(CompanionLaunchTest, NothingToStartWithoutThePackage) {
     // Installed for another user only: not this user's package.
     device.SimulatedPackages().Install(Sim::SimStorePackages::Package(kFamily, L"3.1.0.0"), {L"S-1-5-21-1-2-3-1002"});
     log->Clear();
-    service->session_change_task(kWtsSessionUnlock, nullptr);  // the flag is still clear
+    service->session_change_task(8, nullptr);  // the flag is still clear
     EXPECT_TRUE(log->Contains(L"appInstalled = 0"));
 
     // No package manager: the query's failure is in the log, and nothing starts.
     device.SimulatedPackages().SetAvailable(false);
     log->Clear();
-    service->session_change_task(kWtsSessionLogon, nullptr);
+    service->session_change_task(5, nullptr);
     EXPECT_TRUE(log->Contains(L"DeviceControlService.FindCompanionPackage - failed on function "
                               L"PackageManager->FindPackagesForUser with HRESULT 0x80040154"));
     EXPECT_EQ(Clock().Sleepers(), 0u);
@@ -307,8 +325,8 @@ TEST_F(CompanionLaunchTest, NotificationsRacingEachOtherAndTheEndOfTheService) {
                 for (int n = 0; n < 5; ++n) {
                     if (i == 0) service->startup_task();
                     if (i == 1) service->oobe_event_task();
-                    if (i == 2) service->session_change_task(kWtsSessionLogon, nullptr);
-                    if (i == 3) service->session_change_task(kWtsSessionUnlock, nullptr);
+                    if (i == 2) service->session_change_task(5, nullptr);
+                    if (i == 3) service->session_change_task(8, nullptr);
                 }
             });
         }

@@ -272,7 +272,10 @@ void SimStoreFiles::CutSavesAfter(long bytes) {
 
 void SimStoreFiles::FailExists(const std::wstring& path, int32_t error) {
     std::lock_guard<std::mutex> own(mutex_);
-    existsFailures_[Lower(path)] = error;
+    if (error == 0)
+        existsFailures_.erase(Lower(path));
+    else
+        existsFailures_[Lower(path)] = error;
 }
 
 void SimStoreFiles::FailCreate(int32_t error) {

@@ -32,7 +32,7 @@ public:
     // --- arrangement ---
     // The next writes stop after this many bytes (-1: they complete).
     void CutSavesAfter(long bytes);
-    void FailExists(const std::wstring& path, int32_t error);
+    void FailExists(const std::wstring& path, int32_t error);  // 0: no more
     void FailCreate(int32_t error);
     void SetProgramDataMissing(bool missing);
     // Runs `attack` once, just before the next file is written (between the store's checks and

@@ -1,9 +1,12 @@
 // Experience modes end to end on the simulated laptop: the built-in modes as this laptop's
 // features shape them, the engine that applies and restores them, and the restore-state store.
+#include <functional>
 #include <stdexcept>
 #include <thread>
 
+#include "areas/accessory/sim/SimAccessory.h"
 #include "areas/audio/sim/SimAudio.h"
+#include "areas/notification/sim/SimNotification.h"
 #include "areas/camera/sim/SimCamera.h"
 #include "areas/display/DisplayHelper.h"
 #include "areas/display/sim/SimDisplay.h"
@@ -21,6 +24,7 @@ class ExpModesTestAccess {
 public:
     static void Save(ExpModesHelper& helper) { helper.Save(RestoreState); }
     static const std::vector<ExpCommand>& RestoreCommands(ExpModesHelper& helper) { return helper.restoreCommands_; }
+    static void AddMode(ExpModesHelper& helper, const ExpMode& mode) { helper.AddOrReplaceMode(mode); }
 };
 }  // namespace Qv::Bridge::Server::Services::DeviceControl
 
@@ -174,6 +178,80 @@ TEST_F(ExpModesTest, ThePowerSaverRunsByOrderAndRecordsWhatItOverwrote) {
     Sim::SimulatedPower(device).SetOverlay(true, {0xded574b5, 0x45a0, 0x4f42, {0x87, 0x37, 0x46, 0x34, 0x5c, 0x09, 0xc2, 0x38}});
     EXPECT_EQ(Call(110, L"{\"ModeName\":\"battery_and_power\",\"UserPicks\":[6]}").text, L"{\"result\":true}");
     EXPECT_EQ(File(), "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":43,\"Parameter\":\"power_mode_performance\"}]}");
+}
+
+// Each command code reaches its own setting (with its data flow), and records what it overwrote:
+// the getter's value, or for codes 2, 7, 8, 9 and 20 the command's own parameter.
+TEST_F(ExpModesTest, EveryCommandCodeReachesItsSettingAndRecordsItsPrevious) {
+    Features(true, true, true);
+    Sim::SimulatedServices(device).SetService(L"RtkAudioUniversalService", Sim::SimServiceStatus::State::Running);
+    device.WithWorld([](Sim::SimWorld& world) { world.tool.Area<Sim::SimRealtek>().installed = true; });
+    const std::wstring speakers = L"{0.0.0.00000000}.{6f1c0d4e-21b7-4c8a-9e55-0a7d3e9b8c12}";
+    const std::wstring microphone = L"{0.0.1.00000000}.{2d8e7f90-3a1b-4c5d-a6e7-f8091a2b3c4d}";
+    struct Row {
+        uint32_t code;
+        const wchar_t* parameter;
+        const char* previous;
+        std::function<void()> check;
+    };
+    const std::vector<Row> rows{
+        {1, L"12", "10", [&] { EXPECT_EQ(Call(91).text, L"{\"result\":12}"); }},
+        {2, L"1", "1",
+         [&] { device.WithWorld([](Sim::SimWorld& w) { EXPECT_TRUE(w.tool.Area<Sim::SimMouse>().buttonsSwapped); }); }},
+        {5, L"30", "80", [&] { EXPECT_EQ(Call(44, L"{\"dataFlow\":1}").text, L"{\"result\":30}"); }},
+        {6, L"1", "0", [&] { EXPECT_EQ(Call(42, L"{\"dataFlow\":1}").text, L"{\"result\":true}"); }},
+        {7, L"1", "1",
+         [&] {
+             device.WithWorld([&](Sim::SimWorld& w) {
+                 const auto calls = w.tool.Area<Sim::SimRealtek>().calls.Items();
+                 ASSERT_FALSE(calls.empty());
+                 EXPECT_NE(calls.back().find(speakers), std::wstring::npos) << Core::Narrow(calls.back());
+             });
+         }},
+        {8, L"0", "0",
+         [&] {
+             device.WithWorld([&](Sim::SimWorld& w) {
+                 const auto calls = w.tool.Area<Sim::SimRealtek>().calls.Items();
+                 ASSERT_FALSE(calls.empty());
+                 EXPECT_NE(calls.back().find(microphone), std::wstring::npos) << Core::Narrow(calls.back());
+             });
+         }},
+        {10, L"200", "100", [&] { EXPECT_EQ(Call(2).text, L"{\"result\":200}"); }},
+        {9, L"0", "0",
+         [&] {
+             ASSERT_FALSE(device.ProcessorCommands().empty());
+             EXPECT_EQ(device.ProcessorCommands().back(),
+                       "C:\\Windows\\system32\\SystemSettingsAdminFlows.exe SetCamSystemGlobal webcam 0");
+         }},
+        {20, L"0", "0", [&] { EXPECT_EQ(Call(121).text, L"{\"result\":false}"); }},
+    };
+    for (const Row& row : rows) {
+        ExpModesTestAccess::AddMode(Helper(), {L"probe", {{row.code, row.parameter, L"", 1}}});
+        EXPECT_EQ(Call(110, L"{\"ModeName\":\"probe\",\"UserPicks\":[]}").text, L"{\"result\":true}") << row.code;
+        EXPECT_EQ(File(), "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":" + std::to_string(row.code) +
+                              ",\"Parameter\":\"" + row.previous + "\"}]}")
+            << row.code;
+        row.check();
+    }
+}
+
+// HDR (13) runs only when its state reads: a tool answering 0 for the switch, or a state that
+// cannot be read, fails the command. The power keyword (43) of a mode the machine does not know,
+// or cannot tell, is empty.
+TEST_F(ExpModesTest, HdrAndPowerCommandsAtTheirEdges) {
+    Features(true, true, true);
+    ExpModesTestAccess::AddMode(Helper(), {L"probe", {{13, L"1", L"", 1}}});
+    device.Tool().replies[L"SetHDROnOff"] = "0\r\n";
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"probe\",\"UserPicks\":[]}").text, L"{\"result\":false}");
+    device.Tool().replies.clear();
+    device.WithWorld([](Sim::SimWorld& w) { w.tool.Area<Sim::SimDisplayTool>().hdrReadable = false; });
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"probe\",\"UserPicks\":[]}").text, L"{\"result\":false}");
+    EXPECT_EQ(File(), "");
+
+    ExpModesTestAccess::AddMode(Helper(), {L"probe", {{43, L"power_mode_efficiency", L"", 1}}});
+    Sim::SimulatedPower(device).SetOverlay(true, {0x12345678, 0x1, 0x2, {0, 0, 0, 0, 0, 0, 0, 1}});
+    EXPECT_EQ(Call(110, L"{\"ModeName\":\"probe\",\"UserPicks\":[]}").text, L"{\"result\":true}");
+    EXPECT_EQ(File(), "{\"ModeName\":\"restorestate\",\"Commands\":[{\"Type\":43,\"Parameter\":\"\"}]}");
 }
 
 TEST_F(ExpModesTest, PicksAreOneBasedAndRunAsOftenAsGiven) {
@@ -487,6 +565,17 @@ TEST_F(ExpModesTest, AStoreFolderThatCannotBeMadeFailsTheCommandNotTheService) {
     EXPECT_THROW(Call(111), std::system_error);
     Sim::SimulatedStore(device).FailCreate(0);
     EXPECT_EQ(Call(111).text, L"{\"result\":false}");
+    // Whether the restore file is there cannot be told: the helper is not made.
+    Restart();
+    Sim::SimulatedStore(device).FailExists(kRestoreFile, 21);
+    try {
+        Call(111);
+        ADD_FAILURE() << "no exception";
+    } catch (const std::system_error& error) {
+        EXPECT_EQ(error.code().value(), 21);
+        EXPECT_EQ(std::string(error.what()).rfind("exists: C:\\ProgramData", 0), 0u) << error.what();
+    }
+    Sim::SimulatedStore(device).FailExists(kRestoreFile, 0);
     // Without ProgramData the store has no place: never a folder relative to the drive's root.
     Restart();
     Sim::SimulatedStore(device).SetProgramDataMissing(true);
