@@ -10,16 +10,25 @@ target_compile_definitions(qv_logic PRIVATE QV_BUILDING_DLL)
 
 file(GLOB QV_WINDOWS_ADAPTERS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/windows/*.cpp
      ${CMAKE_SOURCE_DIR}/src/packages/windows/*.cpp ${CMAKE_SOURCE_DIR}/src/areas/*/windows/*.cpp)
+include(cmake/msvc-boundary.cmake)
 add_library(DeviceControlService SHARED
   $<TARGET_OBJECTS:qv_core>
   $<TARGET_OBJECTS:qv_logic>
   src/dll/DllMain.cpp
-  ${QV_WINDOWS_ADAPTERS})
+  ${QV_WINDOWS_ADAPTERS}
+  ${QV_BOUNDARY_OBJECTS})
 set_target_properties(DeviceControlService PROPERTIES PREFIX "" IMPORT_PREFIX "")
 target_compile_definitions(DeviceControlService PRIVATE QV_BUILDING_DLL)
+add_dependencies(DeviceControlService qv_msvc_runtime_libs)
 target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcrypt wintrust crypt32 userenv runtimeobject
-                      wbemuuid ole32 oleaut32 uuid version)
+                      wbemuuid ole32 oleaut32 uuid version ${QV_UCRT_HEAP_LIB} ${QV_VCRUNTIME_LIB})
 target_link_options(DeviceControlService PRIVATE ${QV_STATIC_LINK})
+# The import library of Visual C++ programs, beside the DLL.
+add_custom_command(TARGET DeviceControlService POST_BUILD
+  COMMAND ${QV_MSVC_TOOL} import-library --dll $<TARGET_FILE:DeviceControlService> --dlltool ${QV_LLVM_DLLTOOL}
+          --out ${CMAKE_BINARY_DIR}/bin/DeviceControlService.lib ${QV_BOUNDARY_OBJECTS}
+  COMMENT "Import library DeviceControlService.lib"
+  VERBATIM)
 
 # The simulated laptop as a module of its own: the same exports and slot table over the
 # simulated device, arranged by a device profile (src/profile, src/dll/SimulatorMain.cpp).
@@ -161,35 +170,45 @@ add_test(NAME c_host_unload_undestroyed COMMAND c_host unload-undestroyed 5)
 # A callback that raises a Visual C++ exception (a structured exception) during a subscription.
 add_test(NAME c_host_seh_callback COMMAND c_host seh-callback)
 
-# The exported security classes, imported from the DLL.
-add_executable(windows_security_tests tests/windows/TrustTest.cpp tests/windows/PackagesTest.cpp $<TARGET_OBJECTS:qv_core>)
-target_include_directories(windows_security_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
-target_compile_definitions(windows_security_tests PRIVATE QV_USING_DLL)
-target_link_libraries(windows_security_tests PRIVATE qv_core DeviceControlService gtest gmock gtest_main)
-target_link_options(windows_security_tests PRIVATE ${QV_STATIC_LINK})
-add_dependencies(windows_security_tests trust_test_files)
-add_test(NAME windows_security_tests COMMAND windows_security_tests)
-set_tests_properties(windows_security_tests PROPERTIES ENVIRONMENT "QV_DEVICECONTROL_LOG=C:\\windows\\temp\\devicecontrol-security-tests.log")
-# WMI, device information, firmware and power of the real DLL; the exported helpers imported.
-add_executable(windows_platform_tests tests/windows/PlatformTest.cpp $<TARGET_OBJECTS:qv_core>)
-target_include_directories(windows_platform_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
-target_compile_definitions(windows_platform_tests PRIVATE QV_USING_DLL)
-target_link_libraries(windows_platform_tests PRIVATE qv_core DeviceControlService gtest gtest_main wbemuuid ole32
-                      oleaut32)
-target_link_options(windows_platform_tests PRIVATE ${QV_STATIC_LINK})
-add_test(NAME windows_platform_tests COMMAND windows_platform_tests)
-set_tests_properties(windows_platform_tests PROPERTIES ENVIRONMENT
-  "QV_DEVICECONTROL_LOG=C:\\windows\\temp\\devicecontrol-platform-tests.log")
-
-# The Windows adapters on their own (the store's files, the clock, the user's registry), built
-# from the DLL's objects without its entry point.
-add_executable(windows_adapter_tests tests/windows/AdapterTest.cpp $<TARGET_OBJECTS:qv_core>
-               $<TARGET_OBJECTS:qv_logic> ${QV_WINDOWS_ADAPTERS})
-target_include_directories(windows_adapter_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
-target_link_libraries(windows_adapter_tests PRIVATE qv_core gtest gtest_main rpcrt4 advapi32 bcrypt wintrust crypt32
+# The module's classes on the Windows ports, built from the DLL's objects without its entry point:
+# the store's files, the clock, the user's registry, code signatures, packages, WMI and device
+# information; and the real DLL's platform commands beside them.
+add_executable(windows_linked_tests tests/windows/AdapterTest.cpp tests/windows/TrustTest.cpp
+               tests/windows/PackagesTest.cpp tests/windows/PlatformTest.cpp tests/windows/InstalledPlatform.cpp
+               $<TARGET_OBJECTS:qv_core> $<TARGET_OBJECTS:qv_logic> ${QV_WINDOWS_ADAPTERS})
+target_include_directories(windows_linked_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+target_link_libraries(windows_linked_tests PRIVATE qv_core gtest gtest_main rpcrt4 advapi32 bcrypt wintrust crypt32
                       userenv runtimeobject wbemuuid ole32 oleaut32 uuid version)
-target_link_options(windows_adapter_tests PRIVATE ${QV_STATIC_LINK})
-add_test(NAME windows_adapter_tests COMMAND windows_adapter_tests)
+target_link_options(windows_linked_tests PRIVATE ${QV_STATIC_LINK})
+add_dependencies(windows_linked_tests trust_test_files DeviceControlService)
+add_test(NAME windows_linked_tests COMMAND windows_linked_tests)
+set_tests_properties(windows_linked_tests PROPERTIES ENVIRONMENT
+  "QV_DEVICECONTROL_LOG=C:\\windows\\temp\\devicecontrol-linked-tests.log")
+
+# A Visual C++ program of the service family, compiled for the Microsoft C++ ABI against the public
+# headers and linked by lld-link against DeviceControlService.lib, with a runtime of its own.
+set(qv_consumer ${CMAKE_SOURCE_DIR}/tests/windows/msvc-consumer)
+qv_msvc_objects(qv_consumer_objects consumer FLAGS -I${qv_consumer}
+                SOURCES ${qv_consumer}/Consumer.cpp ${qv_consumer}/ConsumerRuntime.cpp)
+set(qv_consumer_libs ${QV_MSVC_DIR}/consumer/ucrtbase.lib ${QV_MSVC_DIR}/consumer/vcruntime140.lib)
+add_custom_command(
+  OUTPUT ${CMAKE_BINARY_DIR}/bin/msvc_consumer.exe
+  COMMAND ${QV_LLVM_DLLTOOL} -m i386:x86-64 -d ${qv_consumer}/ucrtbase.def -l ${QV_MSVC_DIR}/consumer/ucrtbase.lib
+  COMMAND ${QV_LLVM_DLLTOOL} -m i386:x86-64 -d ${qv_consumer}/vcruntime140.def
+          -l ${QV_MSVC_DIR}/consumer/vcruntime140.lib
+  COMMAND ${QV_LLD_LINK} /nologo /entry:mainCRTStartup /subsystem:console /nodefaultlib
+          /out:${CMAKE_BINARY_DIR}/bin/msvc_consumer.exe ${qv_consumer_objects}
+          ${CMAKE_BINARY_DIR}/bin/DeviceControlService.lib ${qv_consumer_libs} /usr/x86_64-w64-mingw32/lib/libkernel32.a
+  DEPENDS ${qv_consumer_objects} ${qv_consumer}/ucrtbase.def ${qv_consumer}/vcruntime140.def DeviceControlService
+  COMMENT "Linking msvc_consumer.exe for the Microsoft C++ ABI"
+  VERBATIM)
+add_custom_target(msvc_consumer ALL DEPENDS ${CMAKE_BINARY_DIR}/bin/msvc_consumer.exe)
+add_dependencies(msvc_consumer trust_test_files)
+add_test(NAME msvc_consumer COMMAND ${CMAKE_SOURCE_DIR}/scripts/wine-run ${CMAKE_BINARY_DIR}/bin/msvc_consumer.exe)
+# Every name the public headers declare is exported, under its Visual C++ decorated name.
+add_test(NAME exported_names COMMAND ${Python3_EXECUTABLE} ${CMAKE_SOURCE_DIR}/scripts/check-exports
+         --clang ${QV_MSVC_CLANG} --std-dir ${CMAKE_SOURCE_DIR}/src/abi/msvc/std --include ${CMAKE_SOURCE_DIR}/include
+         $<TARGET_FILE:DeviceControlService>)
 
 # The real tool against the contract table the simulated tool is held to.
 add_test(NAME tool_contract COMMAND bash ${CMAKE_SOURCE_DIR}/tests/windows/tool_contract.sh)
@@ -208,7 +227,6 @@ set_tests_properties(audio_vendor PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURCE
 add_dependencies(windows_tests vendor_service script_host)
 
 # Every Windows test has a time limit, so a hang fails with the test's name.
-set_tests_properties(windows_tests c_host c_host_unload c_host_unload_waiting c_host_unload_undestroyed c_host_seh_callback windows_security_tests
-                     windows_platform_tests windows_adapter_tests
-                     PROPERTIES TIMEOUT 120)
+set_tests_properties(windows_tests c_host c_host_unload c_host_unload_waiting c_host_unload_undestroyed c_host_seh_callback
+                     windows_linked_tests msvc_consumer PROPERTIES TIMEOUT 120)
 set_tests_properties(tool_contract devicectl_cli display_library audio_vendor wine_soak_short PROPERTIES TIMEOUT 300)

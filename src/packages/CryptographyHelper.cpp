@@ -37,8 +37,3 @@ std::wstring CryptographyHelper::EncodeBase64(const std::vector<uint8_t>& bytes)
 }
 
 }  // namespace Qv::Bridge::Server::Services::Registration
-
-extern "C" QV_API std::shared_ptr<Qv::Bridge::Server::Services::Registration::CryptographyHelper>
-CreateCryptographyHelper() {
-    return std::make_shared<Qv::Bridge::Server::Services::Registration::CryptographyHelper>();
-}

@@ -1,16 +1,15 @@
 #pragma once
-// Base64 for the registration services: no state of its own, made by CreateCryptographyHelper.
+// Base64 for the registration services: no state of its own.
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "platform/platform.h"
-#include "qv/export.h"
 
 namespace Qv::Bridge::Server::Services::Registration {
 
-class QV_API CryptographyHelper {
+class CryptographyHelper {
 public:
     CryptographyHelper();  // on the installed platform
     explicit CryptographyHelper(platform::Platform& platform);
@@ -26,6 +25,3 @@ private:
 };
 
 }  // namespace Qv::Bridge::Server::Services::Registration
-
-extern "C" QV_API std::shared_ptr<Qv::Bridge::Server::Services::Registration::CryptographyHelper>
-CreateCryptographyHelper();

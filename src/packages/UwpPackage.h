@@ -3,12 +3,11 @@
 #include <cstdint>
 #include <string>
 
-#include "qv/export.h"
 
 namespace Qv::Bridge::Server::Uwp {
 
 // One installed package as the package manager reports it.
-struct QV_API UwpPackage {
+struct UwpPackage {
     std::wstring name;
     std::wstring publisher;
     std::wstring publisherId;
@@ -20,7 +19,7 @@ struct QV_API UwpPackage {
 
 // One package for one user: the user's account name and the package's install state for that
 // user (PackageInstallState: 0 not installed, 1 staged, 2 installed, 6 paused).
-class QV_API UwpPackageModel {
+class UwpPackageModel {
 public:
     UwpPackageModel() = default;
     UwpPackageModel(std::wstring userName, int32_t installState)
@@ -35,6 +34,3 @@ private:
 };
 
 }  // namespace Qv::Bridge::Server::Uwp
-
-// A new, empty model (no user, state 0); the caller owns it and deletes it.
-extern "C" QV_API Qv::Bridge::Server::Uwp::UwpPackageModel* CreateUwpPackageModel();

@@ -164,7 +164,3 @@ std::wstring UwpPackageDataAccess::SidToAccountName(const std::wstring& sidStrin
 bool UwpPackageDataAccess::IsRunningAsSystem() const { return Ports().User().ThreadRunsAsSystem(); }
 
 }  // namespace Qv::Bridge::Server::Uwp
-
-extern "C" QV_API Qv::Bridge::Server::Uwp::UwpPackageModel* CreateUwpPackageModel() {
-    return new Qv::Bridge::Server::Uwp::UwpPackageModel();
-}

@@ -10,11 +10,10 @@
 #include "core/logging.h"
 #include "packages/UwpPackage.h"
 #include "platform/platform.h"
-#include "qv/export.h"
 
 namespace Qv::Bridge::Server::Uwp {
 
-class QV_API UwpPackageDataAccess {
+class UwpPackageDataAccess {
 public:
     UwpPackageDataAccess();  // on the installed platform
     explicit UwpPackageDataAccess(platform::Platform& platform);

@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,10 @@ public:
     // With `useCatalog` the file is verified through the system catalog that lists it, and a
     // file that no catalog lists has no signatures.
     virtual std::vector<RawSignature> ReadSignatures(const std::wstring& path, bool useCatalog) = 0;
+    // Points a trust request (the system's WINTRUST_DATA, for WinVerifyTrust) at the system
+    // catalog that lists the file: 1 when one was found, 0 otherwise. What the request then
+    // names is held by `keep` and must outlive the request's use.
+    virtual int PointAtCatalog(const std::wstring& path, void* trustRequest, std::shared_ptr<void>& keep) = 0;
 };
 
 }  // namespace Qv::platform

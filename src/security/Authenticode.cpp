@@ -267,6 +267,12 @@ SignerList QVAuthenticodeFacade::GetSigners(const std::wstring& path, bool useCa
     return signers;
 }
 
+int QVAuthenticodeFacade::GetSecurityCatalogInfo(const wchar_t* path, void* trustData) {
+    catalog_.reset();
+    if (path == nullptr || trustData == nullptr) return 0;
+    return platform_.Signatures().PointAtCatalog(path, trustData, catalog_);
+}
+
 bool QVAuthenticodeFacade::IsFileTrusted(const wchar_t* path, const SignerList* table) {
     if (path == nullptr || table == nullptr) return false;
     const SignerList signers = GetSigners(path);

@@ -4,16 +4,16 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "platform/platform.h"
-#include "qv/export.h"
 
 namespace Qv::Bridge::Security {
 
 // One signature of a file.
-struct QV_API SignerInfo {
+struct SignerInfo {
     // DER bytes of the signer's public key as two-digit lowercase hex, single blanks between bytes.
     std::string publicKey;
     int32_t status = 0;  // the trust provider's verdict for this signature (0 = trusted)
@@ -29,7 +29,7 @@ struct QV_API SignerInfo {
 using SignerList = std::vector<SignerInfo>;
 
 // The trusted-key tables (only publicKey is filled in their records).
-struct QV_API TrustTables {
+struct TrustTables {
     SignerList main;            // the display-control library check
     SignerList extended;        // main + the further keys: the maker's own programs
     SignerList launchArgument;  // extended + one more: trusted signed files, launch arguments
@@ -57,18 +57,18 @@ extern const wchar_t* const kSecurityIdentifier;
 }  // namespace SignerDescriptions
 
 // "%windir%\", "%PROGRAMFILES(x86)%\", "%PROGRAMFILES%\": folders only administrators can write.
-QV_API const std::vector<std::wstring>& AllowedFolderPrefixes();
+const std::vector<std::wstring>& AllowedFolderPrefixes();
 
 // The well-known "trusted by the system" rule: some signature is trusted, or merely expired.
 constexpr int32_t kCertExpired = static_cast<int32_t>(0x800B0101);
-QV_API bool IsTrustedBySystem(const SignerList& signers);
+bool IsTrustedBySystem(const SignerList& signers);
 
 // Hex text of DER bytes as the tables write it, and back (malformed text gives no bytes).
-QV_API std::string FormatPublicKey(const std::vector<uint8_t>& der);
-QV_API std::vector<uint8_t> ParsePublicKey(const std::string& text);
+std::string FormatPublicKey(const std::vector<uint8_t>& der);
+std::vector<uint8_t> ParsePublicKey(const std::string& text);
 
 // Splits an X.500 name text ("CN=a, O=\"b, c\", ...") into its parts, trimmed.
-QV_API std::map<std::wstring, std::wstring> SplitDistinguishedName(const std::wstring& text);
+std::map<std::wstring, std::wstring> SplitDistinguishedName(const std::wstring& text);
 
 class QVAuthenticodeFacade;
 
@@ -79,9 +79,9 @@ struct LaunchRule {
 };
 
 // System programs the service may be asked to start, keyed by their unexpanded path.
-QV_API const std::map<std::wstring, LaunchRule>& LaunchRules();
+const std::map<std::wstring, LaunchRule>& LaunchRules();
 
-class QV_API QVAuthenticodeHelper {
+class QVAuthenticodeHelper {
 public:
     QVAuthenticodeHelper();
     explicit QVAuthenticodeHelper(platform::Platform& platform);
@@ -99,7 +99,7 @@ private:
 };
 
 // The facade's virtual slots, in order.
-class QV_API QVAuthenticodeFacadeBase {
+class QVAuthenticodeFacadeBase {
 public:
     virtual bool IsTrustedSignedFile(const wchar_t* path) = 0;
     virtual bool IsQvSignedFile(const wchar_t* path) = 0;
@@ -114,7 +114,7 @@ protected:
     ~QVAuthenticodeFacadeBase() = default;
 };
 
-class QV_API QVAuthenticodeFacade : public QVAuthenticodeFacadeBase {
+class QVAuthenticodeFacade : public QVAuthenticodeFacadeBase {
 public:
     // The installed platform and the built-in tables.
     QVAuthenticodeFacade();
@@ -135,6 +135,9 @@ public:
     // Both the system trusts a signature of the file and some signer key is in `table`.
     bool IsFileTrusted(const wchar_t* path, const SignerList* table);
     SignerList GetSigners(const std::wstring& path, bool useCatalog = false);
+    // 1 when a system catalog lists the file and `trustData` (a WINTRUST_DATA) was pointed at it;
+    // what it names stays with the facade until the next call or the facade's end.
+    int GetSecurityCatalogInfo(const wchar_t* path, void* trustData);
 
     const TrustTables& Tables() const { return tables_; }
 
@@ -143,6 +146,7 @@ private:
     const TrustTables& tables_;
     const std::map<std::wstring, LaunchRule>& launchRules_;
     QVAuthenticodeHelper helper_;
+    std::shared_ptr<void> catalog_;
 };
 
 }  // namespace Qv::Bridge::Security

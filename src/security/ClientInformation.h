@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <string>
 
-#include "qv/export.h"
 
 namespace Qv::Bridge::Server {
 
@@ -16,7 +15,7 @@ enum class ClientType : int32_t {
 
 // Plain record, no virtual operations: the kinds below are copied by value, never used through
 // a base pointer.
-class QV_API IClientInformation {
+class IClientInformation {
 public:
     IClientInformation();
     explicit IClientInformation(ClientType type);
@@ -31,7 +30,7 @@ public:
 
 namespace Uwp {
 
-class QV_API UwpInformation : public IClientInformation {
+class UwpInformation : public IClientInformation {
 public:
     UwpInformation();
     // id is the family name (the second string): rules about store apps match on it.
@@ -56,7 +55,7 @@ public:
 
 namespace Win32 {
 
-class QV_API Win32Information : public IClientInformation {
+class Win32Information : public IClientInformation {
 public:
     Win32Information();
     // id is the executable path (the first string), unlike store apps.

@@ -98,21 +98,25 @@ bool Win32WithNoQvManifestCheckBasedOnMajorAndMinorVersion::IsAnException() {
     return false;
 }
 
-const UwpExemptionList UwpWithNoQVManifestExemptionWhiteList::_white_list = {
-    UwpMatchingDescriptor(UwpInformation(L"5E0C2A91.Tansy", L"5E0C2A91.Tansy_k4m2x9trq7bw3", 2, 0),
-                          MatchingDescriptor::Exempt),
-};
+const UwpExemptionList UwpWithNoQVManifestExemptionWhiteList::_white_list = [] {
+    UwpExemptionList list;
+    for (const ExcusedClient& excused : kExcusedStoreApps)
+        list.emplace_back(UwpInformation(excused.first, excused.second, excused.major, excused.minor),
+                          MatchingDescriptor::Exempt);
+    return list;
+}();
 
 std::shared_ptr<UwpExemptionList> UwpWithNoQVManifestExemptionWhiteList::GetExemption() {
     return std::make_shared<UwpExemptionList>(_white_list);
 }
 
-// Names are lower case: the client's name is folded before it is compared.
-const Win32ExemptionList Win32WithNoQVManifestExemptionWhiteList::_white_list = {
-    Win32MatchingDescriptor(Win32Information(L"hotkeyserviceuwp", 8, 9), MatchingDescriptor::Exempt),
-    Win32MatchingDescriptor(Win32Information(L"qvhotkeynotification", 8, 9), MatchingDescriptor::Exempt),
-    Win32MatchingDescriptor(Win32Information(L"hotkeyservicedsu", 8, 9), MatchingDescriptor::Exempt),
-};
+const Win32ExemptionList Win32WithNoQVManifestExemptionWhiteList::_white_list = [] {
+    Win32ExemptionList list;
+    for (const ExcusedClient& excused : kExcusedExecutables)
+        list.emplace_back(Win32Information(excused.first, excused.second, excused.major, excused.minor),
+                          MatchingDescriptor::Exempt);
+    return list;
+}();
 
 std::shared_ptr<Win32ExemptionList> Win32WithNoQVManifestExemptionWhiteList::GetExemption() {
     return std::make_shared<Win32ExemptionList>(_white_list);

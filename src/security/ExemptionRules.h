@@ -10,7 +10,6 @@
 #include <string_view>
 #include <vector>
 
-#include "qv/export.h"
 #include "security/ClientInformation.h"
 
 namespace Qv::Bridge::Security {
@@ -33,7 +32,25 @@ inline constexpr std::wstring_view kAbsoluteLocationPattern =
 // A ".." parent-folder step, with optional slashes around it.
 inline constexpr std::wstring_view kParentFolderPattern = LR"(((\/+)?\.\.(\/+)?))";
 
-class QV_API MatchingDescriptor {
+// The clients the built-in lists excuse, with the highest version excused: a store app by its
+// package name and family name, an executable by its lower-case name.
+struct ExcusedClient {
+    const wchar_t* first;
+    const wchar_t* second;
+    uint16_t major;
+    uint16_t minor;
+};
+inline constexpr ExcusedClient kExcusedStoreApps[] = {
+    {L"5E0C2A91.Tansy", L"5E0C2A91.Tansy_k4m2x9trq7bw3", 2, 0},
+};
+// Lower case: the client's name is folded before it is compared.
+inline constexpr ExcusedClient kExcusedExecutables[] = {
+    {L"hotkeyserviceuwp", L"", 8, 9},
+    {L"qvhotkeynotification", L"", 8, 9},
+    {L"hotkeyservicedsu", L"", 8, 9},
+};
+
+class MatchingDescriptor {
 public:
     enum Operation : int32_t {
         Exempt = 0,
@@ -47,7 +64,7 @@ public:
     Operation operation = Exempt;
 };
 
-class QV_API UwpMatchingDescriptor : public MatchingDescriptor {
+class UwpMatchingDescriptor : public MatchingDescriptor {
 public:
     UwpMatchingDescriptor(Server::Uwp::UwpInformation client, Operation operation);
     UwpMatchingDescriptor(const UwpMatchingDescriptor& other);
@@ -57,7 +74,7 @@ public:
     Server::Uwp::UwpInformation client;  // family name and the highest excused version
 };
 
-class QV_API Win32MatchingDescriptor : public MatchingDescriptor {
+class Win32MatchingDescriptor : public MatchingDescriptor {
 public:
     Win32MatchingDescriptor(Server::Win32::Win32Information client, Operation operation);
     Win32MatchingDescriptor(const Win32MatchingDescriptor& other);
@@ -67,7 +84,7 @@ public:
     Server::Win32::Win32Information client;  // lower-case name and the highest excused version
 };
 
-class QV_API IClientWithNoQvManifestCheckCriteria {
+class IClientWithNoQvManifestCheckCriteria {
 public:
     virtual ~IClientWithNoQvManifestCheckCriteria();
     virtual bool IsAnException() = 0;
@@ -78,7 +95,7 @@ using Win32ExemptionList = std::vector<Win32MatchingDescriptor>;
 
 // Matches the client's family name exactly (case-sensitive); a version not newer than the
 // descriptor's is exempt.
-class QV_API UwpWithNoQvManifestCheckBasedOnMajorAndMinorVersion : public IClientWithNoQvManifestCheckCriteria {
+class UwpWithNoQvManifestCheckBasedOnMajorAndMinorVersion : public IClientWithNoQvManifestCheckCriteria {
 public:
     UwpWithNoQvManifestCheckBasedOnMajorAndMinorVersion(std::shared_ptr<UwpExemptionList> exemptions,
                                                         std::shared_ptr<Server::Uwp::UwpInformation> client);
@@ -97,7 +114,7 @@ private:
 // Folds the client's executable name to lower case in place (single-byte characters only),
 // then matches it exactly against the lower-case descriptor names. The record is changed, so a
 // record must not be evaluated on two threads at once.
-class QV_API Win32WithNoQvManifestCheckBasedOnMajorAndMinorVersion : public IClientWithNoQvManifestCheckCriteria {
+class Win32WithNoQvManifestCheckBasedOnMajorAndMinorVersion : public IClientWithNoQvManifestCheckCriteria {
 public:
     Win32WithNoQvManifestCheckBasedOnMajorAndMinorVersion(std::shared_ptr<Win32ExemptionList> exemptions,
                                                           std::shared_ptr<Server::Win32::Win32Information> client);
@@ -116,19 +133,19 @@ private:
 
 // The built-in lists, built at module start-up and read-only afterwards. GetExemption hands out
 // a copy so that no criterion can change them.
-class QV_API UwpWithNoQVManifestExemptionWhiteList {
+class UwpWithNoQVManifestExemptionWhiteList {
 public:
     static std::shared_ptr<UwpExemptionList> GetExemption();
     static const UwpExemptionList _white_list;
 };
 
-class QV_API Win32WithNoQVManifestExemptionWhiteList {
+class Win32WithNoQVManifestExemptionWhiteList {
 public:
     static std::shared_ptr<Win32ExemptionList> GetExemption();
     static const Win32ExemptionList _white_list;
 };
 
-class QV_API bridge_access_exception : public std::exception {
+class bridge_access_exception : public std::exception {
 public:
     explicit bridge_access_exception(const std::string& message);
     explicit bridge_access_exception(const char* message);
@@ -145,7 +162,7 @@ private:
 
 // Asking before the host has set the matching criterion is the host's error: it throws rather
 // than guess a default either way.
-class QV_API BridgeAccessManager {
+class BridgeAccessManager {
 public:
     BridgeAccessManager();
     BridgeAccessManager(const BridgeAccessManager& other);

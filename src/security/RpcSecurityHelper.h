@@ -5,11 +5,10 @@
 #include <string>
 
 #include "platform/platform.h"
-#include "qv/export.h"
 
 namespace Qv::Bridge::Security {
 
-class QV_API RpcSecurityHelper {
+class RpcSecurityHelper {
 public:
     RpcSecurityHelper();
     explicit RpcSecurityHelper(platform::Platform& platform);

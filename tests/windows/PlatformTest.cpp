@@ -1,5 +1,5 @@
-// WMI, device information, firmware, power modes and toasts of the real DLL under Wine, the
-// device information compared with WMI read directly.
+// WMI and device information on the Windows ports, compared with WMI read directly; firmware,
+// power modes and toasts of the real DLL under Wine.
 #include <windows.h>
 #include <wbemidl.h>
 
@@ -53,7 +53,7 @@ std::vector<std::wstring> ReadDirectly(const wchar_t* className, const wchar_t* 
     return values;
 }
 
-TEST(DeviceInfoDllTest, ProcessorAndMemoryAreWhatWmiSays) {
+TEST(DeviceInfoTest, ProcessorAndMemoryAreWhatWmiSays) {
     DeviceInfoHelper& info = *DeviceInfoHelper::GetInstance();
     const auto processors = ReadDirectly(L"Win32_Processor", L"Name");
     ASSERT_FALSE(processors.empty());
@@ -64,8 +64,8 @@ TEST(DeviceInfoDllTest, ProcessorAndMemoryAreWhatWmiSays) {
     EXPECT_EQ(info.GetInstalledRAM(), memory);
 }
 
-TEST(WmiAccessorDllTest, StatusesOfTheRealWmi) {
-    WmiAccessor wmi("Qv::WindowsTests::WmiAccessorDllTest");
+TEST(WmiAccessorTest, StatusesOfTheRealWmi) {
+    WmiAccessor wmi("Qv::WindowsTests::WmiAccessorTest");
     Json::Document answer;
     answer.SetObject();
     EXPECT_EQ(wmi.GetPropertyValue(L"Name", L"Win32_Processor", nullptr, L"ROOT\\NOWHERE", false, answer), 0x20000012);

@@ -1,4 +1,4 @@
-// Code-signature checks of the real DLL on files signed by osslsigncode with the test build's keys.
+// Code-signature checks on the Windows ports, on files signed by osslsigncode with the test build's keys.
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 #include <sstream>
 #include <string>
 
-#include "ServiceDll.h"
+#include "core/logging.h"
 #include "security/Authenticode.h"
 #include "security/ExemptionRules.h"
 #include "security/RpcSecurityHelper.h"
@@ -38,7 +38,6 @@ std::string ReadText(const std::wstring& path) {
 class TrustTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        ASSERT_NE(ServiceDll::Get().Module(), nullptr);  // attaches the DLL and its Windows ports
         for (const std::wstring& folder : {kProtected, kUser}) {
             CreateDirectoryW(folder.c_str(), nullptr);
             for (const wchar_t* name : {L"probe-signed.exe", L"probe-signed-twin.exe", L"probe-other.exe",
@@ -101,17 +100,11 @@ TEST_F(TrustTest, SameSignerAcrossFiles) {
     EXPECT_FALSE(facade.HaveSameSigner(Protected(L"probe-signed.exe").c_str(), Protected(L"probe-unsigned.exe").c_str()));
 }
 
-TEST_F(TrustTest, CallerIdentificationAndExemptionsThroughTheExports) {
+TEST_F(TrustTest, CallerIdentificationOutsideAnRpcCall) {
     // Under Wine there is no RPC call information: an empty name, not an aborted process.
+    Bridge::Logging::ScopedLogCapture log;
     EXPECT_EQ(RpcSecurityHelper().GetPFNOfCaller(), L"");
-    EXPECT_NE(ServiceDll::Get().LogText().find("RpcServerInqCallAttributes failed, Status: 1725"), std::string::npos);
-
-    BridgeAccessManager manager;
-    EXPECT_THROW(manager.IsUwpExempt(), bridge_access_exception);
-    auto client = std::make_shared<Bridge::Server::Win32::Win32Information>(L"HotKeyServiceUWP", 8, 9);
-    manager.SetWin32Checker(std::make_shared<Win32WithNoQvManifestCheckBasedOnMajorAndMinorVersion>(
-        Win32WithNoQVManifestExemptionWhiteList::GetExemption(), client));
-    EXPECT_TRUE(manager.IsWin32Exempt());
+    EXPECT_TRUE(log->Contains(L"RpcServerInqCallAttributes failed, Status: 1725"));
 }
 
 }  // namespace

@@ -178,7 +178,9 @@ void RecordDisplay(Builder& out, const Recorder& answers) {
     }
     if (answers.Flag(76).value_or(false)) {
         Json::Value portrait = out.Object();
-        out.PutIf(portrait, L"mode", answers.Number(67));
+        // -1 is a state of its own: the display's profile is no preset's.
+        if (const Json::Value* mode = answers.Result(67); mode != nullptr && mode->IsInt())
+            out.Put(portrait, L"mode", Json::Value(mode->GetInt()));
         if (const Json::Value* modes = answers.Result(66); modes != nullptr && modes->IsArray())
             out.Put(portrait, L"supportedModes", *modes, true);
         out.Put(display, L"portrait", std::move(portrait));

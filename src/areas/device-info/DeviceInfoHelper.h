@@ -3,11 +3,10 @@
 // other modules; nothing inside this module asks.
 #include <string>
 
-#include "qv/export.h"
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
 
-class QV_API DeviceInfoHelper {
+class DeviceInfoHelper {
 public:
     // One statically allocated instance; it has no state and needs no construction.
     static DeviceInfoHelper* GetInstance();

@@ -14,4 +14,11 @@ std::vector<platform::RawSignature> SimCodeSignatures::ReadSignatures(const std:
     return signatures;
 }
 
+int SimCodeSignatures::PointAtCatalog(const std::wstring& path, void* /*trustRequest*/, std::shared_ptr<void>& keep) {
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    if (world_.catalogSignatures.count(Lower(path)) == 0) return 0;
+    keep = std::make_shared<std::wstring>(path);
+    return 1;
+}
+
 }  // namespace Qv::Sim

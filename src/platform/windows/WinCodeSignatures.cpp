@@ -31,6 +31,7 @@ struct CatalogRequest {
     std::wstring catalogFile;
     std::wstring memberTag;
     std::wstring memberPath;
+    sdk::WintrustCatalogInfo info{};
 };
 
 // Points the trust request at the system catalog that lists the file. 1 when one was found.
@@ -80,6 +81,11 @@ int GetSecurityCatalogInfo(const std::wstring& path, CatalogRequest& request) {
     if (!CryptCATCatalogInfoFromContext(catalog.get().info, &info, 0)) return 0;
     request.catalogFile = info.wszCatalogFile;
     request.memberPath = path;
+    request.info.cbStruct = sizeof(request.info);
+    request.info.pcwszCatalogFilePath = request.catalogFile.c_str();
+    request.info.pcwszMemberTag = request.memberTag.c_str();
+    request.info.pcwszMemberFilePath = request.memberPath.c_str();
+    request.info.hCatAdmin = request.admin.get();
     return 1;
 }
 
@@ -92,8 +98,7 @@ std::vector<RawSignature> WinCodeSignatures::ReadSignatures(const std::wstring& 
     WINTRUST_FILE_INFO fileInfo{};
     fileInfo.cbStruct = sizeof(fileInfo);  // 32
     fileInfo.pcwszFilePath = path.c_str();
-    sdk::WintrustCatalogInfo catalogInfo{};
-    CatalogRequest catalog;
+    std::shared_ptr<void> catalog;
 
     sdk::WintrustSignatureSettings settings{};
     settings.cbStruct = sizeof(settings);
@@ -106,14 +111,7 @@ std::vector<RawSignature> WinCodeSignatures::ReadSignatures(const std::wstring& 
     data.dwStateAction = WTD_STATEACTION_VERIFY;
     data.pSignatureSettings = &settings;
     if (useCatalog) {
-        if (GetSecurityCatalogInfo(path, catalog) != 1) return signatures;
-        catalogInfo.cbStruct = sizeof(catalogInfo);
-        catalogInfo.pcwszCatalogFilePath = catalog.catalogFile.c_str();
-        catalogInfo.pcwszMemberTag = catalog.memberTag.c_str();
-        catalogInfo.pcwszMemberFilePath = catalog.memberPath.c_str();
-        catalogInfo.hCatAdmin = catalog.admin.get();
-        data.dwUnionChoice = WTD_CHOICE_CATALOG;
-        data.pCatalog = &catalogInfo;
+        if (PointAtCatalog(path, &data, catalog) != 1) return signatures;
     } else {
         data.dwUnionChoice = WTD_CHOICE_FILE;
         data.pFile = &fileInfo;
@@ -146,6 +144,17 @@ std::vector<RawSignature> WinCodeSignatures::ReadSignatures(const std::wstring& 
         signatures.push_back(std::move(signature));
     }
     return signatures;
+}
+
+int WinCodeSignatures::PointAtCatalog(const std::wstring& path, void* trustRequest, std::shared_ptr<void>& keep) {
+    if (trustRequest == nullptr) return 0;
+    auto request = std::make_shared<CatalogRequest>();
+    if (GetSecurityCatalogInfo(path, *request) != 1) return 0;
+    auto* data = static_cast<sdk::WintrustData*>(trustRequest);
+    data->dwUnionChoice = WTD_CHOICE_CATALOG;
+    data->pCatalog = &request->info;
+    keep = std::move(request);
+    return 1;
 }
 
 }  // namespace Qv::platform::windows

@@ -8,6 +8,7 @@ namespace Qv::platform::windows {
 class WinCodeSignatures : public ICodeSignatures {
 public:
     std::vector<RawSignature> ReadSignatures(const std::wstring& path, bool useCatalog) override;
+    int PointAtCatalog(const std::wstring& path, void* trustRequest, std::shared_ptr<void>& keep) override;
 };
 
 }  // namespace Qv::platform::windows

@@ -9,11 +9,10 @@
 #include "platform/IWmi.h"
 #include "platform/Result.h"
 #include "platform/platform.h"
-#include "qv/export.h"
 
 namespace Qv::Bridge::Server::Services::DeviceControl {
 
-class QV_API WmiAccessor {
+class WmiAccessor {
 public:
     // `owner` is the qualified name of the class that reads: the first "%S" of every message.
     explicit WmiAccessor(std::string owner);
