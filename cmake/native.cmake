@@ -7,8 +7,12 @@ enable_testing()
 file(GLOB QV_SIM_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/sim/*.cpp
      ${CMAKE_SOURCE_DIR}/src/packages/sim/*.cpp ${CMAKE_SOURCE_DIR}/src/areas/sim/*.cpp
      ${CMAKE_SOURCE_DIR}/src/areas/*/sim/*.cpp)
-add_library(qv_sim STATIC ${QV_SIM_SOURCES})
-target_link_libraries(qv_sim PUBLIC qv_core)
+# The manifest's XML and signatures natively: expat and libcrypto (src/manifest/native).
+file(GLOB QV_MANIFEST_NATIVE CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/manifest/native/*.cpp)
+find_package(EXPAT REQUIRED)
+find_package(OpenSSL REQUIRED COMPONENTS Crypto)
+add_library(qv_sim STATIC ${QV_SIM_SOURCES} ${QV_MANIFEST_NATIVE})
+target_link_libraries(qv_sim PUBLIC qv_core EXPAT::EXPAT OpenSSL::Crypto)
 
 add_library(qv_native STATIC $<TARGET_OBJECTS:qv_core> $<TARGET_OBJECTS:qv_logic>)
 target_link_libraries(qv_native PUBLIC qv_core qv_sim)
@@ -25,12 +29,14 @@ target_include_directories(devicectl PRIVATE ${CMAKE_SOURCE_DIR})
 
 file(GLOB_RECURSE QV_UNIT_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/unit/*.cpp)
 file(GLOB QV_AREA_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/areas/*/test/*.cpp
-     ${CMAKE_SOURCE_DIR}/src/packages/test/*.cpp)
+     ${CMAKE_SOURCE_DIR}/src/packages/test/*.cpp ${CMAKE_SOURCE_DIR}/src/manifest/test/*.cpp)
 list(APPEND QV_UNIT_TEST_SOURCES ${QV_AREA_TEST_SOURCES})
 add_executable(unit_tests ${QV_UNIT_TEST_SOURCES})
 target_link_libraries(unit_tests PRIVATE qv_profile qv_native GTest::gtest GTest::gmock GTest::gtest_main)
 target_include_directories(unit_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
-target_compile_definitions(unit_tests PRIVATE QV_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+target_compile_definitions(unit_tests PRIVATE QV_SOURCE_DIR="${CMAKE_SOURCE_DIR}"
+                           QV_MANIFEST_TEST_DIR="${QV_MANIFEST_TEST_DIR}")
+add_dependencies(unit_tests manifest_test_files)
 add_test(NAME unit_tests COMMAND unit_tests)
 # A hang fails with its test's name (tests/unit/TestWatchdog.cpp) well before this.
 set_tests_properties(unit_tests PROPERTIES TIMEOUT 300)
@@ -84,6 +90,14 @@ if(QV_FUZZ)
   target_link_options(fuzz_command_lines PRIVATE -fsanitize=fuzzer)
   add_test(NAME fuzz_command_lines COMMAND fuzz_command_lines -runs=200000 -max_len=128)
   set_tests_properties(fuzz_command_lines PROPERTIES TIMEOUT 300 ENVIRONMENT "${QV_SANITIZER_ENVIRONMENT}")
+  # The manifest's XML reader, patterns and rules on hostile documents and values (a short run in
+  # make test, from the example manifest).
+  add_executable(fuzz_manifest fuzz/ManifestFuzzer.cpp)
+  target_link_libraries(fuzz_manifest PRIVATE qv_native)
+  target_link_options(fuzz_manifest PRIVATE -fsanitize=fuzzer)
+  add_test(NAME fuzz_manifest COMMAND fuzz_manifest -runs=100000 -max_len=4096 -timeout=10
+           -seed_inputs=${CMAKE_SOURCE_DIR}/fuzz/manifest-corpus/example.xml,${CMAKE_SOURCE_DIR}/fuzz/manifest-corpus/rules.bin)
+  set_tests_properties(fuzz_manifest PROPERTIES TIMEOUT 300 ENVIRONMENT "${QV_SANITIZER_ENVIRONMENT}")
 endif()
 
 # Benchmarks against the floor (make bench, in the optimised build).

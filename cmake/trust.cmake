@@ -21,6 +21,28 @@ if(QV_TEST_TRUST)
   list(APPEND qv_trust_deps ${QV_TEST_CERT_DIR}/signing.hex ${QV_TEST_CERT_DIR}/extended.hex)
 endif()
 
+# The test build's signed client manifests: the example manifest signed by the trusted test key
+# (with and without signed attributes), by the unlisted key and by the extended tables' key.
+if(QV_TEST_TRUST)
+  set(QV_MANIFEST_TEST_DIR ${CMAKE_BINARY_DIR}/manifest-test)
+  set(qv_manifest ${CMAKE_SOURCE_DIR}/tests/data/manifest/QVManifest.xml)
+  set(qv_sign_manifest ${CMAKE_SOURCE_DIR}/scripts/sign-manifest ${QV_TEST_CERT_DIR})
+  add_custom_command(
+    OUTPUT ${QV_MANIFEST_TEST_DIR}/QVManifest.xml ${QV_MANIFEST_TEST_DIR}/signing.p7s
+           ${QV_MANIFEST_TEST_DIR}/signing-noattr.p7s ${QV_MANIFEST_TEST_DIR}/other.p7s
+           ${QV_MANIFEST_TEST_DIR}/extended.p7s
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${QV_MANIFEST_TEST_DIR}
+    COMMAND ${CMAKE_COMMAND} -E copy ${qv_manifest} ${QV_MANIFEST_TEST_DIR}/QVManifest.xml
+    COMMAND ${qv_sign_manifest} signing ${qv_manifest} ${QV_MANIFEST_TEST_DIR}/signing.p7s
+    COMMAND ${qv_sign_manifest} signing ${qv_manifest} ${QV_MANIFEST_TEST_DIR}/signing-noattr.p7s noattr
+    COMMAND ${qv_sign_manifest} other ${qv_manifest} ${QV_MANIFEST_TEST_DIR}/other.p7s
+    COMMAND ${qv_sign_manifest} extended ${qv_manifest} ${QV_MANIFEST_TEST_DIR}/extended.p7s
+    DEPENDS ${qv_manifest} ${QV_TEST_CERT_DIR}/signing.pem ${QV_TEST_CERT_DIR}/other.pem ${QV_TEST_CERT_DIR}/extended.pem
+            ${CMAKE_SOURCE_DIR}/scripts/sign-manifest
+    COMMENT "Signing the test client manifests")
+  add_custom_target(manifest_test_files ALL DEPENDS ${QV_MANIFEST_TEST_DIR}/signing.p7s)
+endif()
+
 add_custom_command(
   OUTPUT ${QV_TRUST_TABLES_SOURCE}
   COMMAND ${CMAKE_COMMAND} ${qv_trust_args} -P ${CMAKE_SOURCE_DIR}/cmake/GenerateTrustTables.cmake

@@ -9,7 +9,10 @@ add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WIN
 target_compile_definitions(qv_logic PRIVATE QV_BUILDING_DLL)
 
 file(GLOB QV_WINDOWS_ADAPTERS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/windows/*.cpp
-     ${CMAKE_SOURCE_DIR}/src/packages/windows/*.cpp ${CMAKE_SOURCE_DIR}/src/areas/*/windows/*.cpp)
+     ${CMAKE_SOURCE_DIR}/src/packages/windows/*.cpp ${CMAKE_SOURCE_DIR}/src/manifest/windows/*.cpp
+     ${CMAKE_SOURCE_DIR}/src/areas/*/windows/*.cpp)
+# The manifest's XML and signatures are the system's (XmlLite, crypt32) in both modules.
+file(GLOB QV_MANIFEST_WINDOWS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/manifest/windows/*.cpp)
 include(cmake/msvc-boundary.cmake)
 add_library(DeviceControlService SHARED
   $<TARGET_OBJECTS:qv_core>
@@ -21,7 +24,7 @@ set_target_properties(DeviceControlService PROPERTIES PREFIX "" IMPORT_PREFIX ""
 target_compile_definitions(DeviceControlService PRIVATE QV_BUILDING_DLL)
 add_dependencies(DeviceControlService qv_msvc_runtime_libs)
 target_link_libraries(DeviceControlService PRIVATE qv_core rpcrt4 advapi32 bcrypt wintrust crypt32 userenv runtimeobject
-                      wbemuuid ole32 oleaut32 uuid version ${QV_UCRT_HEAP_LIB} ${QV_VCRUNTIME_LIB})
+                      wbemuuid ole32 oleaut32 uuid version shlwapi ${QV_UCRT_HEAP_LIB} ${QV_VCRUNTIME_LIB})
 target_link_options(DeviceControlService PRIVATE ${QV_STATIC_LINK})
 # The import library of Visual C++ programs, beside the DLL.
 add_custom_command(TARGET DeviceControlService POST_BUILD
@@ -40,11 +43,12 @@ add_library(DeviceControlSimulator SHARED
   $<TARGET_OBJECTS:qv_logic>
   ${QV_SIM_SOURCES}
   ${QV_PROFILE_SOURCES}
+  ${QV_MANIFEST_WINDOWS}
   src/platform/windows/HostCallGuard.cpp
   src/dll/SimulatorMain.cpp)
 set_target_properties(DeviceControlSimulator PROPERTIES PREFIX "" IMPORT_PREFIX "")
 target_compile_definitions(DeviceControlSimulator PRIVATE QV_BUILDING_DLL)
-target_link_libraries(DeviceControlSimulator PRIVATE qv_core)
+target_link_libraries(DeviceControlSimulator PRIVATE qv_core crypt32 shlwapi ole32 uuid)
 target_link_options(DeviceControlSimulator PRIVATE ${QV_STATIC_LINK})
 
 add_executable(devicectl tools/devicectl/Devicectl.cpp tools/devicectl/Host.cpp tools/devicectl/Info.cpp tools/devicectl/Audio.cpp tools/devicectl/Display.cpp tools/devicectl/Modes.cpp
@@ -174,13 +178,14 @@ add_test(NAME c_host_seh_callback COMMAND c_host seh-callback)
 # the store's files, the clock, the user's registry, code signatures, packages, WMI and device
 # information; and the real DLL's platform commands beside them.
 add_executable(windows_linked_tests tests/windows/AdapterTest.cpp tests/windows/TrustTest.cpp
-               tests/windows/PackagesTest.cpp tests/windows/PlatformTest.cpp tests/windows/InstalledPlatform.cpp
+               tests/windows/PackagesTest.cpp tests/windows/PlatformTest.cpp tests/windows/ManifestTest.cpp
+               tests/windows/InstalledPlatform.cpp
                $<TARGET_OBJECTS:qv_core> $<TARGET_OBJECTS:qv_logic> ${QV_WINDOWS_ADAPTERS})
 target_include_directories(windows_linked_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
 target_link_libraries(windows_linked_tests PRIVATE qv_core gtest gtest_main rpcrt4 advapi32 bcrypt wintrust crypt32
-                      userenv runtimeobject wbemuuid ole32 oleaut32 uuid version)
+                      userenv runtimeobject wbemuuid ole32 oleaut32 uuid version shlwapi)
 target_link_options(windows_linked_tests PRIVATE ${QV_STATIC_LINK})
-add_dependencies(windows_linked_tests trust_test_files DeviceControlService)
+add_dependencies(windows_linked_tests trust_test_files manifest_test_files DeviceControlService)
 add_test(NAME windows_linked_tests COMMAND windows_linked_tests)
 set_tests_properties(windows_linked_tests PROPERTIES ENVIRONMENT
   "QV_DEVICECONTROL_LOG=C:\\windows\\temp\\devicecontrol-linked-tests.log")
@@ -203,7 +208,7 @@ add_custom_command(
   COMMENT "Linking msvc_consumer.exe for the Microsoft C++ ABI"
   VERBATIM)
 add_custom_target(msvc_consumer ALL DEPENDS ${CMAKE_BINARY_DIR}/bin/msvc_consumer.exe)
-add_dependencies(msvc_consumer trust_test_files)
+add_dependencies(msvc_consumer trust_test_files manifest_test_files)
 add_test(NAME msvc_consumer COMMAND ${CMAKE_SOURCE_DIR}/scripts/wine-run ${CMAKE_BINARY_DIR}/bin/msvc_consumer.exe)
 # Every name the public headers declare is exported, under its Visual C++ decorated name.
 add_test(NAME exported_names COMMAND ${Python3_EXECUTABLE} ${CMAKE_SOURCE_DIR}/scripts/check-exports
@@ -224,7 +229,7 @@ set_tests_properties(display_library PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOU
 # Noise control and speaker swap down the audio vendor's script path, and a script host that hangs.
 add_test(NAME audio_vendor COMMAND bash ${CMAKE_SOURCE_DIR}/tests/windows/audio_vendor.sh)
 set_tests_properties(audio_vendor PROPERTIES ENVIRONMENT "QV_ROOT=${CMAKE_SOURCE_DIR}")
-add_dependencies(windows_tests vendor_service script_host)
+add_dependencies(windows_tests vendor_service script_host manifest_test_files)
 
 # Every Windows test has a time limit, so a hang fails with the test's name.
 set_tests_properties(windows_tests c_host c_host_unload c_host_unload_waiting c_host_unload_undestroyed c_host_seh_callback

@@ -118,6 +118,12 @@ QV_API unsigned int QVDescribeModes(QVServiceObject* service, wchar_t* buffer, u
  * "launchedAlready", "launchStarted", "wait", "remainingSeconds" and "verdict". `service` (from
  * QVCreateService, or null) gives the wait it has armed; nothing is armed. The same buffer rule. */
 QV_API unsigned int QVDescribeLaunch(QVServiceObject* service, wchar_t* buffer, unsigned int capacity);
+/* The signed client manifest of `client` (an executable, its QVManifest.xml or its folder) asked
+ * about command `command` with the JSON object `arguments`: {"allowed", "decidedBy",
+ * "signedThrough"}, or {"allowed": false, "problem"} when no verified manifest is there. The same
+ * buffer rule. */
+QV_API unsigned int QVCheckManifest(const wchar_t* client, unsigned int command, const wchar_t* arguments,
+                                    wchar_t* buffer, unsigned int capacity);
 
 #ifdef __cplusplus
 }

@@ -10,6 +10,9 @@
 #include <vector>
 
 #include "areas/device-info/DeviceInfoHelper.h"
+#include "manifest/ClientManifest.h"
+#include "manifest/IXmlReader.h"
+#include "manifest/ManifestRules.h"
 #include "packages/CryptographyHelper.h"
 #include "packages/UwpPackageDataAccess.h"
 #include "security/Authenticode.h"
@@ -83,6 +86,19 @@ const Security::SignerList& Table(int table) {
         default:
             throw std::invalid_argument("no such table");
     }
+}
+
+// A node of the consumer's, no deeper than a manifest may be.
+bool NodeOf(const QvbManifestNode& from, Qv::Manifest::XmlNode& to, size_t depth) {
+    if (depth > Qv::Manifest::XmlLimits{}.maxDepth) return false;
+    to.name = Text(from.name);
+    to.text = Text(from.text);
+    for (size_t i = 0; i < from.attributeCount; ++i)
+        to.attributes.emplace_back(Text(from.attributeNames[i]), Text(from.attributeValues[i]));
+    to.children.resize(from.childCount);
+    for (size_t i = 0; i < from.childCount; ++i)
+        if (!NodeOf(from.children[i], to.children[i], depth + 1)) return false;
+    return true;
 }
 
 Security::QVAuthenticodeFacade& Facade(void* facade) { return *static_cast<Security::QVAuthenticodeFacade*>(facade); }
@@ -329,6 +345,47 @@ int QvbDeviceText(int which, QvbTextSink sink, void* context) {
 int QvbInstalledMemory(unsigned long long* bytes) {
     using Server::Services::DeviceControl::DeviceInfoHelper;
     return Guarded([&] { *bytes = DeviceInfoHelper::GetInstance()->GetInstalledRAM(); });
+}
+
+int QvbManifestRuleTypes(QvbTextSink sink, void* context) {
+    return Guarded([&] {
+        for (const Qv::Manifest::RuleType& type : Qv::Manifest::RuleTypes())
+            Hand(sink, context, std::wstring(type.name));
+    });
+}
+
+int QvbEvaluateManifestRule(const wchar_t* type, size_t typeLength, const QvbManifestNode* rule,
+                            const wchar_t* value, size_t valueLength, int* result) {
+    return Guarded([&] {
+        Qv::Manifest::XmlNode node;
+        *result = rule != nullptr && NodeOf(*rule, node, 1) &&
+                          Qv::Manifest::EvaluateRule(Text(type, typeLength), node, Text(value, valueLength))
+                      ? 1
+                      : 0;
+    });
+}
+
+int QvbManifestLoad(const wchar_t* client, size_t length, void** manifest, QvbTextSink problem, void* context) {
+    return Guarded([&] {
+        std::wstring why;
+        auto loaded = Qv::Manifest::ClientManifest::Load(Qv::platform::Current(), Text(client, length), why);
+        *manifest = loaded ? new std::shared_ptr<const Qv::Manifest::ClientManifest>(std::move(loaded)) : nullptr;
+        if (*manifest == nullptr) Hand(problem, context, why);
+    });
+}
+
+void QvbManifestDelete(void* manifest) {
+    delete static_cast<std::shared_ptr<const Qv::Manifest::ClientManifest>*>(manifest);
+}
+
+int QvbManifestAllows(const void* manifest, uint32_t command, const wchar_t* arguments, size_t length, int* allowed,
+                      QvbTextSink decidedBy, void* context) {
+    return Guarded([&] {
+        const auto& loaded = *static_cast<const std::shared_ptr<const Qv::Manifest::ClientManifest>*>(manifest);
+        const Qv::Manifest::Verdict verdict = loaded->Allows(command, Text(arguments, length));
+        *allowed = verdict.allowed ? 1 : 0;
+        Hand(decidedBy, context, verdict.decidedBy);
+    });
 }
 
 }  // extern "C"

@@ -10,6 +10,7 @@
 #include "service/DeviceControlService.h"
 #include "areas/device-info/DeviceInfoHelper.h"
 #include "areas/expmodes/ExpModesHelper.h"
+#include "manifest/ClientManifest.h"
 #include "qv/QVServiceAbi.h"
 #include "service/CommandTable.h"
 
@@ -120,5 +121,34 @@ extern "C" QV_API unsigned int QVDescribeLaunch(QVServiceObject* service, wchar_
     text(L"wait", Qv::Core::Widen(status.phase));
     answer.AddMember(L"remainingSeconds", static_cast<uint64_t>(status.remainingMilliseconds / 1000), allocator);
     text(L"verdict", Qv::Core::Widen(status.verdict));
+    return CopyOut(Qv::Json::Serialize(answer), buffer, capacity);
+}
+
+// The signed client manifest of `client` (an executable, its QVManifest.xml or its folder) asked
+// about one request: {"allowed":..,"decidedBy":..,"manifest":..,"signedThrough":..}, or
+// {"allowed":false,"problem":..} when no verified manifest could be loaded.
+extern "C" QV_API unsigned int QVCheckManifest(const wchar_t* client, unsigned int command, const wchar_t* arguments,
+                                               wchar_t* buffer, unsigned int capacity) {
+    Qv::Json::Document answer;
+    auto& allocator = answer.GetAllocator();
+    answer.SetObject();
+    try {
+        std::wstring problem;
+        const auto manifest = Qv::Manifest::ClientManifest::Load(Qv::platform::Current(),
+                                                                 client != nullptr ? client : L"", problem);
+        if (!manifest) {
+            answer.AddMember(L"allowed", false, allocator);
+            answer.AddMember(L"problem", Qv::Json::Value(problem.c_str(), allocator), allocator);
+        } else {
+            const auto verdict = manifest->Allows(command, arguments != nullptr ? arguments : L"{}");
+            answer.AddMember(L"allowed", verdict.allowed, allocator);
+            answer.AddMember(L"decidedBy", Qv::Json::Value(verdict.decidedBy.c_str(), allocator), allocator);
+            answer.AddMember(L"signedThrough", Qv::Json::Value(manifest->SignedThrough().c_str(), allocator), allocator);
+        }
+    } catch (const std::exception&) {
+        answer.SetObject();
+        answer.AddMember(L"allowed", false, allocator);
+        answer.AddMember(L"problem", L"the check failed", allocator);
+    }
     return CopyOut(Qv::Json::Serialize(answer), buffer, capacity);
 }

@@ -46,6 +46,9 @@ public:
     virtual Result<void> CreateNewFile(const std::wstring& path, const std::string& bytes) = 0;
     // Removes the name (a link's own name, never what it leads to).
     virtual Result<void> RemoveFile(const std::wstring& path) = 0;
+    // The bytes of a file of at most `maxBytes`, read while no one may write it; a larger file
+    // is refused (223), and so is a reparse point (1920: not followed).
+    virtual Result<std::string> ReadFile(const std::wstring& path, size_t maxBytes) = 0;
 };
 
 }  // namespace Qv::platform

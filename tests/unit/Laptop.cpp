@@ -18,7 +18,9 @@ std::string ProfileText(const std::string& fileName) {
 
 Laptop::Laptop(const std::string& profile) {
     Profile::PrepareLaptop(*device_);
-    if (!profile.empty()) EXPECT_EQ(Profile::ApplyProfile(profile, *device_), "");
+    if (!profile.empty()) {
+        EXPECT_EQ(Profile::ApplyProfile(profile, *device_), "");
+    }
     platform::Install(device_);
     service_ = std::make_unique<Abi::HostService>(QVCreateService());
     device_->Faults().Reset();
@@ -30,7 +32,9 @@ Laptop::~Laptop() {
 }
 
 void* Laptop::Session() {
-    if (session_ == nullptr) EXPECT_EQ(service_->StartSession(const_cast<wchar_t*>(L"laptop"), &session_), 0);
+    if (session_ == nullptr) {
+        EXPECT_EQ(service_->StartSession(const_cast<wchar_t*>(L"laptop"), &session_), 0);
+    }
     return session_;
 }
 

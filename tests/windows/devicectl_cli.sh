@@ -162,6 +162,36 @@ check "unsigned tool: no trusted signer" 0 "$(grep -c 'trusted by Fusion = true'
 # lists the endpoints through Core Audio (it has no device enumeration class), names its own
 # "PulseAudio" endpoint, which follows PulseAudio's default sink, the default, and keeps the
 # endpoint volume on each opened control rather than in PulseAudio (see the README).
+# The signed client manifest: the example manifest signed at build time with the test key, beside
+# a client in a folder only administrators can write; then changed by one byte; then in a folder
+# its user can write.
+manifests=$root/build/mingw/manifest-test
+fennel="$QV_WINEPREFIX_DIR/drive_c/Program Files/Fennel"
+mkdir -p "$fennel"
+cp "$manifests/QVManifest.xml" "$fennel/QVManifest.xml"
+cp "$manifests/signing.p7s" "$fennel/QVManifest.p7s"
+out=$(run manifest check 'C:\Program Files\Fennel\Fennel.exe' Accessory.SetMouseSpeed '{"IValue":15}'); rc=$?
+check "manifest: a signed manifest allows a request its rules allow" "manifest:   verified, signed through QVManifest.p7s
+verdict:    allowed
+decided by: command 92: IValue by numeric_range" "$out"
+check "manifest: allowed exits 0" 0 "$rc"
+out=$(run manifest check 'C:\Program Files\Fennel' 92 '{"IValue":21}'); rc=$?
+check "manifest: and refuses one beyond its bound" "decided by: command 92: IValue refused by numeric_range" "$(tail -1 <<<"$out")"
+check "manifest: refused exits 1" 1 "$rc"
+sed -i 's|<Max>20</Max>|<Max>90</Max>|' "$fennel/QVManifest.xml"
+out=$(run manifest check 'C:\Program Files\Fennel\Fennel.exe' 92 '{"IValue":15}'); rc=$?
+check "manifest: one byte changed after signing is refused" \
+  "manifest:   refused: QVManifest.p7s is not a valid signature of it (0x80091007)" "$out"
+check "manifest: and exits 1" 1 "$rc"
+public="$QV_WINEPREFIX_DIR/drive_c/users/Public/Fennel"
+mkdir -p "$public"
+cp "$manifests/QVManifest.xml" "$public/QVManifest.xml"
+cp "$manifests/signing.p7s" "$public/QVManifest.p7s"
+out=$(run manifest check 'C:\users\Public\Fennel\Fennel.exe' 92 '{"IValue":15}')
+check "manifest: a signed manifest in a folder its user can write is refused" \
+  "manifest:   refused: QVManifest.xml is in a folder its user can write: C:\users\Public\Fennel\QVManifest.xml" "$out"
+rm -rf "$fennel" "$public"
+
 if [ -n "${PULSE_SERVER:-}" ]; then
   list=$(run call 41 '{"dataFlow":0}')
   check "playback list holds the null sink" 1 "$(grep -c '"name":"Null-Output","description":"Null-Output"' <<<"$list")"

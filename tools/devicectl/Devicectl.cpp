@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "core/json.h"
 #include "core/strings.h"
 #include "tools/devicectl/Audio.h"
 #include "tools/devicectl/Display.h"
@@ -32,6 +33,7 @@ const char* const kUsage =
     "       devicectl [options] display\n"
     "       devicectl [options] modes | mode NAME [PICKS] | restore\n"
     "       devicectl [options] launch-status [start]\n"
+    "       devicectl [options] manifest check FILE <number|name> [JSON]\n"
     "       devicectl [options] subscribe <1001|1002> [--threshold N] [--for SECONDS] [--memory-load N,N,...]\n"
     "\n"
     "  call      start a session, run one command, print the answer, end the session.\n"
@@ -54,6 +56,10 @@ const char* const kUsage =
     "            eligibility (feature byte, board), a real user signed in, the package installed for\n"
     "            the user, launched already; \"start\" first runs the host's start-up task on the\n"
     "            service and shows the wait it armed (ended when devicectl exits).\n"
+    "  manifest check  whether the signed client manifest of FILE (a client's executable, its\n"
+    "            QVManifest.xml or its folder) allows the command with these arguments, and which\n"
+    "            rule decided; a manifest that is unsigned, changed, signed by another key or in a\n"
+    "            folder its user can write is refused with the reason. Exit code 0 allowed, 1 not.\n"
     "  subscribe device status events (1001 battery, 1002 low memory): command 31 on one thread,\n"
     "            each event printed as it arrives; after --for SECONDS (default 10) or Ctrl-C,\n"
     "            command 32 on another thread of the same session, then 31's answer.\n"
@@ -109,6 +115,35 @@ std::optional<unsigned int> ResolveCommand(const std::wstring& word, const std::
         for (const QVCommandInfo* row : matches) error += std::string(" ") + row->name;
     }
     return std::nullopt;
+}
+
+// devicectl manifest check: the module's verdict on one request, and what decided it.
+int CheckManifest(ServiceModule& module, const std::wstring& file, const std::wstring& word, const std::wstring& json) {
+    std::string error;
+    const auto number = ResolveCommand(word, module.Commands(), error);
+    if (!number) return Usage(error);
+    const std::wstring text = module.CheckManifest(file, *number, json);
+    Json::Document answer;
+    if (text.empty() || !Json::ParseRequest(answer, text.c_str()) || !answer.IsObject()) {
+        PrintLine(stderr, "devicectl: the module does not check manifests");
+        return kExitStatus;
+    }
+    const auto field = [&](const wchar_t* key) -> std::string {
+        const Json::Value* value = Json::FindMember(answer, key);
+        return value != nullptr && value->IsString()
+                   ? Core::Narrow(std::wstring(value->GetString(), value->GetStringLength()))
+                   : std::string();
+    };
+    const Json::Value* allowed = Json::FindMember(answer, L"allowed");
+    const bool yes = allowed != nullptr && allowed->IsBool() && allowed->GetBool();
+    if (const std::string problem = field(L"problem"); !problem.empty()) {
+        PrintLine(stdout, "manifest:   refused: " + problem);
+    } else {
+        PrintLine(stdout, "manifest:   verified, signed through " + field(L"signedThrough"));
+        PrintLine(stdout, std::string("verdict:    ") + (yes ? "allowed" : "refused"));
+        PrintLine(stdout, "decided by: " + field(L"decidedBy"));
+    }
+    return yes ? kExitOk : kExitStatus;
 }
 
 int ListCommands(ServiceModule& module) {
@@ -257,8 +292,10 @@ int Run(const std::vector<std::wstring>& args) {
     const std::wstring& verb = words[0];
     if (verb != L"call" && verb != L"commands" && verb != L"script" && verb != L"subscribe" && verb != L"info" &&
         verb != L"status" && verb != L"record" && verb != L"audio" && verb != L"display" && verb != L"modes" && verb != L"mode" && verb != L"restore" &&
-        verb != L"launch-status")
+        verb != L"launch-status" && verb != L"manifest")
         return Usage("unknown command '" + Core::Narrow(verb) + "'");
+    if (verb == L"manifest" && (words.size() < 4 || words.size() > 5 || words[1] != L"check"))
+        return Usage("'manifest' takes: check FILE <number|name> [JSON]");
     if ((verb == L"commands" || verb == L"info" || verb == L"status" || verb == L"audio" || verb == L"display" || verb == L"modes" ||
          verb == L"restore") &&
         words.size() != 1)
@@ -290,6 +327,7 @@ int Run(const std::vector<std::wstring>& args) {
     if (verb == L"status") return ShowStatus(*module, clientId);
     if (verb == L"record") return RecordProfile(*module, clientId, words[1]);
     if (verb == L"launch-status") return ShowLaunchStatus(*module, words.size() == 2);
+    if (verb == L"manifest") return CheckManifest(*module, words[2], words[3], words.size() == 5 ? words[4] : L"{}");
     if (verb == L"audio") return ShowAudio(*module, clientId);
     if (verb == L"display") return ShowDisplay(*module, clientId);
     if (verb == L"modes") return ShowModes(*module);

@@ -38,6 +38,14 @@ public:
         text.resize(QVDescribeLaunch(service, text.data(), static_cast<unsigned int>(text.size())) - 1);
         return text;
     }
+    std::wstring CheckManifest(const std::wstring& client, unsigned int command,
+                               const std::wstring& arguments) override {
+        std::wstring text(QVCheckManifest(client.c_str(), command, arguments.c_str(), nullptr, 0), L'\0');
+        text.resize(QVCheckManifest(client.c_str(), command, arguments.c_str(), text.data(),
+                                    static_cast<unsigned int>(text.size())) -
+                    1);
+        return text;
+    }
     static std::wstring Text(unsigned int (*describe)(wchar_t*, unsigned int)) {
         std::wstring text(describe(nullptr, 0), L'\0');
         text.resize(describe(text.data(), static_cast<unsigned int>(text.size())) - 1);

@@ -18,12 +18,19 @@ using DescribeCommandsFn = const QVCommandInfo* (*)(unsigned int*);
 using DescribeDeviceFn = unsigned int (*)(wchar_t*, unsigned int);
 using DescribeLaunchFn = unsigned int (*)(QVServiceObject*, wchar_t*, unsigned int);
 using DescribeModesFn = DescribeLaunchFn;
+using CheckManifestFn = unsigned int (*)(const wchar_t*, unsigned int, const wchar_t*, wchar_t*, unsigned int);
 
 class DllModule : public ServiceModule {
 public:
     DllModule(HMODULE module, CreateServiceFn create, DescribeCommandsFn describe, DescribeDeviceFn device,
-              DescribeModesFn modes, DescribeLaunchFn launch)
-        : module_(module), create_(create), describe_(describe), device_(device), modes_(modes), launch_(launch) {}
+              DescribeModesFn modes, DescribeLaunchFn launch, CheckManifestFn manifest)
+        : module_(module),
+          create_(create),
+          describe_(describe),
+          device_(device),
+          modes_(modes),
+          launch_(launch),
+          manifest_(manifest) {}
     // The module stays loaded until devicectl exits, as in the host.
 
     QVServiceObject* CreateService() override { return create_(); }
@@ -36,6 +43,15 @@ public:
     std::wstring DescribeDevice() override { return Text(device_); }
     std::wstring DescribeModes(QVServiceObject* service) override { return ForService(modes_, service); }
     std::wstring DescribeLaunch(QVServiceObject* service) override { return ForService(launch_, service); }
+    std::wstring CheckManifest(const std::wstring& client, unsigned int command,
+                               const std::wstring& arguments) override {
+        if (manifest_ == nullptr) return {};
+        std::wstring text(manifest_(client.c_str(), command, arguments.c_str(), nullptr, 0), L'\0');
+        text.resize(
+            manifest_(client.c_str(), command, arguments.c_str(), text.data(), static_cast<unsigned int>(text.size())) -
+            1);
+        return text;
+    }
 
 private:
     HMODULE module_;
@@ -44,6 +60,7 @@ private:
     DescribeDeviceFn device_;
     DescribeModesFn modes_;
     DescribeLaunchFn launch_;
+    CheckManifestFn manifest_;
 
     static std::wstring ForService(DescribeLaunchFn describe, QVServiceObject* service) {
         if (describe == nullptr) return {};
@@ -94,7 +111,8 @@ std::unique_ptr<ServiceModule> LoadServiceModule(const ModuleOptions& options, s
     auto device = platform::windows::proc_address<DescribeDeviceFn>(module, "QVDescribeDevice");
     auto modes = platform::windows::proc_address<DescribeModesFn>(module, "QVDescribeModes");
     auto launch = platform::windows::proc_address<DescribeLaunchFn>(module, "QVDescribeLaunch");
-    return std::make_unique<DllModule>(module, create, describe, device, modes, launch);
+    auto manifest = platform::windows::proc_address<CheckManifestFn>(module, "QVCheckManifest");
+    return std::make_unique<DllModule>(module, create, describe, device, modes, launch, manifest);
 }
 
 }  // namespace Qv::Devicectl

@@ -21,6 +21,10 @@ public:
     virtual std::wstring DescribeModes(QVServiceObject* service) = 0;
     // The companion launch as `service` sees it (QVDescribeLaunch); empty when it does not say.
     virtual std::wstring DescribeLaunch(QVServiceObject* service) = 0;
+    // The signed client manifest of `client` asked about one request (QVCheckManifest): a JSON
+    // object; empty when the module does not say.
+    virtual std::wstring CheckManifest(const std::wstring& client, unsigned int command,
+                                       const std::wstring& arguments) = 0;
     // The native build runs on the simulated device: its memory load can be set, and the
     // polling of subscribers moved on one round (ten simulated seconds).
     virtual bool CanSimulateMemoryLoad() const { return false; }

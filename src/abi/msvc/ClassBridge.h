@@ -144,6 +144,26 @@ enum {
 int QvbDeviceText(int which, QvbTextSink sink, void* context);
 int QvbInstalledMemory(unsigned long long* bytes);
 
+// --- the signed client manifest --------------------------------------------------------------
+typedef struct QvbManifestNode {
+    QvbText name;
+    QvbText text;
+    const QvbText* attributeNames;
+    const QvbText* attributeValues;
+    size_t attributeCount;
+    const struct QvbManifestNode* children;
+    size_t childCount;
+} QvbManifestNode;
+
+int QvbManifestRuleTypes(QvbTextSink sink, void* context);
+int QvbEvaluateManifestRule(const wchar_t* type, size_t typeLength, const QvbManifestNode* rule,
+                            const wchar_t* value, size_t valueLength, int* result);
+// A client's manifest, held until QvbManifestDelete; null with the problem told to `problem`.
+int QvbManifestLoad(const wchar_t* client, size_t length, void** manifest, QvbTextSink problem, void* context);
+void QvbManifestDelete(void* manifest);
+int QvbManifestAllows(const void* manifest, uint32_t command, const wchar_t* arguments, size_t length, int* allowed,
+                      QvbTextSink decidedBy, void* context);
+
 #ifdef __cplusplus
 }
 #endif

@@ -128,4 +128,18 @@ int SimFileSystem::PinnedFiles() const {
     return pinnedFiles_;
 }
 
+platform::Result<std::string> SimFileSystem::ReadFile(const std::wstring& path, size_t maxBytes) {
+    QV_SIM_FAULT(world_.faults, Files);
+    constexpr int32_t kNotFound = 2;
+    constexpr int32_t kCannotAccess = 1920;
+    constexpr int32_t kTooLarge = 223;
+    std::lock_guard<std::mutex> lock(world_.mutex);
+    const std::wstring name = Lower(path);
+    if (IsReparsePoint(world_, name)) return platform::Failure{kCannotAccess};
+    auto text = world_.contents.find(name);
+    if (world_.files.count(name) == 0 || text == world_.contents.end()) return platform::Failure{kNotFound};
+    if (text->second->size() > maxBytes) return platform::Failure{kTooLarge};
+    return *text->second;
+}
+
 }  // namespace Qv::Sim

@@ -21,6 +21,7 @@ public:
     std::wstring TemporaryFolder() override;
     std::wstring SystemFolder() override;
     platform::Result<void> CreateNewFile(const std::wstring& path, const std::string& bytes) override;
+    platform::Result<std::string> ReadFile(const std::wstring& path, size_t maxBytes) override;
     platform::Result<void> RemoveFile(const std::wstring& path) override;
 
     void SetFolderAccess(const std::wstring& folder, platform::Result<platform::FolderAccess> access);

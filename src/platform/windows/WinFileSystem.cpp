@@ -141,4 +141,27 @@ Result<void> WinFileSystem::RemoveFile(const std::wstring& path) {
     return Success();
 }
 
+Result<std::string> WinFileSystem::ReadFile(const std::wstring& path, size_t maxBytes) {
+    unique_handle file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                   FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    if (!file) return LastError();
+    BY_HANDLE_FILE_INFORMATION information{};
+    if (!GetFileInformationByHandle(file.get(), &information)) return LastError();
+    if ((information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) return Failure{ERROR_CANT_ACCESS_FILE};
+    const unsigned long long size =
+        (static_cast<unsigned long long>(information.nFileSizeHigh) << 32) | information.nFileSizeLow;
+    if (size > maxBytes) return Failure{ERROR_FILE_TOO_LARGE};
+    std::string bytes(static_cast<size_t>(size), '\0');
+    size_t read = 0;
+    while (read < bytes.size()) {
+        DWORD chunk = 0;
+        if (!::ReadFile(file.get(), bytes.data() + read, static_cast<DWORD>(bytes.size() - read), &chunk, nullptr))
+            return LastError();
+        if (chunk == 0) break;
+        read += chunk;
+    }
+    bytes.resize(read);
+    return bytes;
+}
+
 }  // namespace Qv::platform::windows

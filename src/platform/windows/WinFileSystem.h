@@ -15,6 +15,7 @@ public:
     std::wstring TemporaryFolder() override;
     std::wstring SystemFolder() override;
     Result<void> CreateNewFile(const std::wstring& path, const std::string& bytes) override;
+    Result<std::string> ReadFile(const std::wstring& path, size_t maxBytes) override;
     Result<void> RemoveFile(const std::wstring& path) override;
 };
 

@@ -179,7 +179,9 @@ TEST(FaultWalkTest, EveryCommandAnswersEveryPortFailureAndStaysUsable) {
                     EXPECT_EQ(faulted.status, 0x20000002) << where;
                     EXPECT_EQ(log->Count(LogLevel::Error, L"QVService.ExecuteCommand - Exception raised"), 1u) << where;
                 }
-                if (!documentedFailure && faulted.text) EXPECT_EQ(Shape(faulted), shape) << where << ": " << testing::PrintToString(faulted);
+                if (!documentedFailure && faulted.text) {
+                    EXPECT_EQ(Shape(faulted), shape) << where << ": " << testing::PrintToString(faulted);
+                }
                 // A failure the client sees is explained in the log; one the module works around
                 // (a fallback) may pass unremarked.
                 EXPECT_TRUE(faulted == first || SaysMore(log.Sink(), usual) || SilentBySpecification(request.number, port))
@@ -269,8 +271,9 @@ TEST(FaultWalkTest, SubscriptionsAnswerEveryPortFailureAndTheNextOneWorks) {
                 EXPECT_TRUE(faulted.ended == usual.ended || faulted.ended == failed ||
                             faulted.ended == (Answer{0, L"{\"result\":12}"}))
                     << where << ": " << testing::PrintToString(faulted.ended);
-                if (faulted.subscribed != usual.subscribed || faulted.ended != usual.ended)
+                if (faulted.subscribed != usual.subscribed || faulted.ended != usual.ended) {
                     EXPECT_TRUE(SaysMore(log.Sink(), usualLines)) << where << ": a failure without a message";
+                }
                 EXPECT_EQ(laptop.Device().SimulatedEvents().OpenHandles(), 0u) << where;
                 EXPECT_EQ(laptop.Device().SimulatedEvents().Waiters(), 0u) << where;
                 EXPECT_EQ(Sim::SimulatedBattery(laptop.Device()).Registrations(), 0u) << where;

@@ -10,6 +10,7 @@
 
 #include "ConsumerRuntime.h"
 #include "qv/ClientInformation.h"
+#include "qv/ClientManifest.h"
 #include "qv/CodeSignatures.h"
 #include "qv/DeviceInformation.h"
 #include "qv/Exemptions.h"
@@ -525,6 +526,68 @@ void Layouts() {
     }
 }
 
+ManifestNode Node(const wchar_t* name, const wchar_t* text = L"") {
+    ManifestNode node;
+    node.name = name;
+    node.text = text;
+    return node;
+}
+
+void Manifests() {
+    const std::vector<std::wstring> types = ManifestRules::RuleTypes();
+    CHECK(types.size() == 6);
+    if (types.size() == 6) {
+        CHECK(types[0] == L"regex" && types[1] == L"contained_in_list" && types[2] == L"begins_with_from_list");
+        CHECK(types[3] == L"begins_with_from_list_with_env_vars" && types[4] == L"numeric_range" &&
+              types[5] == L"none");
+    }
+    ManifestNode range = Node(L"Argument");
+    range.attributes.push_back({L"rule", L"numeric_range"});
+    range.children.push_back(Node(L"Min", L"1"));
+    range.children.push_back(Node(L"Max", L"20"));
+    CHECK(ManifestRules::Evaluate(L"numeric_range", range, L"20"));
+    CHECK(!ManifestRules::Evaluate(L"numeric_range", range, L"21"));
+    CHECK(!ManifestRules::Evaluate(L"no_such_rule", range, L"1"));
+    ManifestNode pattern = Node(L"Argument");
+    pattern.children.push_back(Node(L"Pattern", L"[a-z]+"));
+    CHECK(ManifestRules::Evaluate(L"regex", pattern, L"fennel"));
+    CHECK(ManifestRules::Evaluate(L"regex", pattern, kLong));
+    CHECK(!ManifestRules::Evaluate(L"regex", pattern, std::wstring(4097, L'x')));  // beyond the value's bound
+    // A rule nested deeper than a manifest may be is not evaluated.
+    ManifestNode deep = Node(L"Argument");
+    ManifestNode* level = &deep;
+    for (int i = 0; i < 40; ++i) {
+        level->children.push_back(Node(L"Item", L"x"));
+        level = &level->children[0];
+    }
+    CHECK(!ManifestRules::Evaluate(L"contained_in_list", deep, L"x"));
+
+    // The example manifest, signed at build time, in a folder only administrators can write.
+    const std::wstring signedFiles = ExeFolder() + L"..\\manifest-test\\";
+    const std::wstring folder = L"C:\\Program Files\\DeviceControlTests\\Fennel\\";
+    CreateDirectoryW(L"C:\\Program Files\\DeviceControlTests", nullptr);
+    CreateDirectoryW(folder.c_str(), nullptr);
+    CHECK(CopyFileW((signedFiles + L"QVManifest.xml").c_str(), (folder + L"QVManifest.xml").c_str(), 0) != 0);
+    CHECK(CopyFileW((signedFiles + L"signing.p7s").c_str(), (folder + L"QVManifest.p7s").c_str(), 0) != 0);
+    {
+        const ClientManifest manifest(folder + L"Fennel.exe");
+        CHECK(manifest.IsLoaded() && manifest.Problem().empty());
+        std::wstring decided;
+        CHECK(manifest.IsAllowed(92, L"{\"IValue\":15}", &decided));
+        CHECK(decided == L"command 92: IValue by numeric_range");
+        CHECK(!manifest.IsAllowed(92, L"{\"IValue\":21}", &decided));
+        CHECK(decided == L"command 92: IValue refused by numeric_range");
+        CHECK(!manifest.IsAllowed(93, kEmpty));
+    }
+    // Signed by a key that is not the main table's: refused, with the reason.
+    CHECK(CopyFileW((signedFiles + L"other.p7s").c_str(), (folder + L"QVManifest.p7s").c_str(), 0) != 0);
+    const ClientManifest foreign(folder);
+    CHECK(!foreign.IsLoaded());
+    CHECK(foreign.Problem() == L"QVManifest.p7s is by a key that is not trusted for manifests");
+    std::wstring why;
+    CHECK(!foreign.IsAllowed(91, L"{}", &why) && why == foreign.Problem());
+}
+
 void Machine() {
     using Qv::Bridge::Server::Services::DeviceControl::DeviceInfoHelper;
     DeviceInfoHelper* info = DeviceInfoHelper::GetInstance();
@@ -555,6 +618,7 @@ int ConsumerMain() {
     Signatures();
     Packages();
     Machine();
+    Manifests();
 
     const long long after = Live();
     Print("blocks allocated by the consumer: ");

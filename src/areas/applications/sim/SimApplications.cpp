@@ -52,10 +52,6 @@ std::optional<std::wstring> QuotedLiteral(const std::wstring& text, const std::w
     return literal;
 }
 
-bool StartsWithNoCase(const std::wstring& text, const std::wstring& prefix) {
-    return text.size() >= prefix.size() && Lower(text.substr(0, prefix.size())) == Lower(prefix);
-}
-
 // What -like matches, without regard to case: * any run, ? one character, [abc] one of a set,
 // and a backtick takes the next character literally.
 bool Like(const std::wstring& text, const std::wstring& pattern, size_t t = 0, size_t p = 0) {
