@@ -351,8 +351,12 @@ void Signatures() {
     CHECK(!checks->IsWindowsTrustedFile((probes + L"probe-unsigned.exe").c_str()));
     CHECK(checks->HaveSameSigner((probes + L"probe-signed.exe").c_str(), (probes + L"probe-signed-twin.exe").c_str()));
     CHECK(!checks->HaveSameSigner((probes + L"probe-signed.exe").c_str(), (probes + L"probe-other.exe").c_str()));
+    CHECK(!checks->HaveSameSigner((probes + L"probe-signed.exe").c_str(), (probes + L"probe-unsigned.exe").c_str()));
     CHECK(checks->IsPathAllowed(L"%windir%\\system32\\kernel32.dll"));
     CHECK(!checks->IsPathAllowed(L"C:\\users\\Public\\probe-signed.exe"));
+    // Made canonical before the folder is judged.
+    CHECK(!checks->IsPathAllowed(L"C:\\windows\\..\\users\\Public\\probe-signed.exe"));
+    CHECK(!checks->IsPathAllowed(L"%PROGRAMFILES%\\..\\users\\Public\\probe-signed.exe"));
     CHECK(!checks->IsTrustedSignedFile(nullptr));
     // Outside an RPC call no caller is listed for a rule.
     CHECK(!checks->IsLaunchAllowed(L"%windir%\\System32\\REGSVR32.EXE", 0, L"", nullptr));
@@ -363,6 +367,7 @@ void Signatures() {
         CHECK(signers[0].publicKey == key);
         CHECK(signers[0].status == 0);
         CHECK(signers[0].commonName == L"DeviceControl Test Signing");
+        CHECK(signers[0].organization == L"DeviceControl Test" && signers[0].state == L"California");
         CHECK(signers[0].issuer == L"DeviceControl Test Root");
     }
     CHECK(facade->GetSigners(probes + L"probe-unsigned.exe").empty());
