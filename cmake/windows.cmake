@@ -175,10 +175,10 @@ add_test(NAME c_host_unload_undestroyed COMMAND c_host unload-undestroyed 5)
 add_test(NAME c_host_seh_callback COMMAND c_host seh-callback)
 
 # The module's classes on the Windows ports, built from the DLL's objects without its entry point:
-# the store's files, the clock, the user's registry, packages, the manifest's readers, WMI and
-# device information; and the real DLL's platform commands beside them. The code signatures are
-# checked through the exported classes (msvc_consumer).
-add_executable(windows_linked_tests tests/windows/AdapterTest.cpp tests/windows/PackagesTest.cpp tests/windows/PlatformTest.cpp tests/windows/ManifestTest.cpp
+# the store's files, the clock, the user's registry, the manifest's readers, WMI and
+# device information; and the real DLL's platform commands beside them. The code signatures and
+# the packages are checked through the exported classes (msvc_consumer).
+add_executable(windows_linked_tests tests/windows/AdapterTest.cpp tests/windows/PlatformTest.cpp tests/windows/ManifestTest.cpp
                tests/windows/InstalledPlatform.cpp
                $<TARGET_OBJECTS:qv_core> $<TARGET_OBJECTS:qv_logic> ${QV_WINDOWS_ADAPTERS})
 target_include_directories(windows_linked_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)

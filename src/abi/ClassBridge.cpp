@@ -262,6 +262,13 @@ int QvbCallerFamilyName(const QvbProcessHandle* handles, size_t count, QvbTextSi
     });
 }
 
+void QvbCloseProcessHandles(const QvbProcessHandle* handles, size_t count) {
+    (void)Guarded([&] {
+        for (size_t i = 0; i < count; ++i)
+            if (handles[i].handle != nullptr) Qv::platform::Current().Rpc().Adopt(handles[i].handle).reset();
+    });
+}
+
 int QvbPackagesNew(void** packages) {
     return Guarded([&] { *packages = new Server::Uwp::UwpPackageDataAccess(); });
 }

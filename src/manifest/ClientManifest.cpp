@@ -5,6 +5,7 @@
 
 #include "core/json.h"
 #include "core/logging.h"
+#include "core/strings.h"
 #include "manifest/IDetachedSignatures.h"
 #include "manifest/IXmlReader.h"
 #include "manifest/ManifestRules.h"
@@ -21,12 +22,6 @@ using Bridge::Security::SignerList;
 constexpr int32_t kNotFound = 2;
 constexpr int32_t kPathNotFound = 3;
 
-std::wstring Lower(std::wstring text) {
-    for (wchar_t& c : text)
-        if (c >= L'A' && c <= L'Z') c = static_cast<wchar_t>(c - L'A' + L'a');
-    return text;
-}
-
 bool EndsWith(const std::wstring& text, const std::wstring& end) {
     return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
@@ -36,8 +31,8 @@ bool EndsWith(const std::wstring& text, const std::wstring& end) {
 std::wstring FolderOf(std::wstring client) {
     while (client.size() > 3 && (client.back() == L'\\' || client.back() == L'/')) client.pop_back();
     const size_t slash = client.find_last_of(L"\\/");
-    const std::wstring last = Lower(slash == std::wstring::npos ? client : client.substr(slash + 1));
-    if (EndsWith(last, L".exe") || EndsWith(last, L".dll") || last == Lower(kManifestFile))
+    const std::wstring last = Core::Lower(slash == std::wstring::npos ? client : client.substr(slash + 1));
+    if (EndsWith(last, L".exe") || EndsWith(last, L".dll") || last == Core::Lower(kManifestFile))
         return slash == std::wstring::npos ? L"" : client.substr(0, slash);
     return client;
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "core/logging.h"
+#include "core/strings.h"
 #include "manifest/Pattern.h"
 #include "security/ExemptionRules.h"
 #include "shared/user/UserSession.h"
@@ -32,13 +33,11 @@ const XmlNode* Only(const XmlNode& rule, std::wstring_view name) {
     return found.size() == 1 ? found.front() : nullptr;
 }
 
-// Letters A-Z to lower case and forward slashes to backslashes, as Windows compares paths.
+// Lower case and forward slashes as backslashes, as Windows compares paths.
 std::wstring FoldedPath(std::wstring_view text) {
-    std::wstring folded(text);
-    for (wchar_t& c : folded) {
-        if (c >= L'A' && c <= L'Z') c = static_cast<wchar_t>(c - L'A' + L'a');
+    std::wstring folded = Core::Lower(std::wstring(text));
+    for (wchar_t& c : folded)
         if (c == L'/') c = L'\\';
-    }
     return folded;
 }
 

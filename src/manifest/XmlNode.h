@@ -9,6 +9,13 @@
 
 namespace Qv::Manifest {
 
+// An element's text as both readers keep it: without the whitespace around it.
+inline std::wstring TrimmedText(const std::wstring& text) {
+    const size_t begin = text.find_first_not_of(L" \t\r\n");
+    if (begin == std::wstring::npos) return {};
+    return text.substr(begin, text.find_last_not_of(L" \t\r\n") - begin + 1);
+}
+
 struct XmlNode {
     std::wstring name;
     std::vector<std::pair<std::wstring, std::wstring>> attributes;

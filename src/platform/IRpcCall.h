@@ -19,6 +19,8 @@ public:
     virtual Result<OwnedHandle> OpenProcessForQuery(uint32_t processId) = 0;
     // A duplicate of another process handle with limited query access.
     virtual Result<OwnedHandle> DuplicateForQuery(void* processHandle) = 0;
+    // Takes over a process handle another module handed over: closed when its last holder lets go.
+    virtual OwnedHandle Adopt(void* processHandle) = 0;
     virtual Result<void> ImpersonateClient() = 0;
     virtual void RevertToSelf() = 0;
     // The package family name of a process; a failure when it belongs to no package.

@@ -69,12 +69,12 @@ TEST_F(AdapterTest, StoreFilesAreMadeNewAndNeverWrittenThroughALink) {
     for (const wchar_t* taken : {L"system.ini", L"planted.tmp"}) {
         const auto written = store_.WriteNew(Path(taken), "overwritten");
         EXPECT_FALSE(written) << taken;
-        EXPECT_EQ(written.Status(), IStoreFiles::kFileExists) << taken;
+        EXPECT_EQ(written.Status(), 80) << taken;  // ERROR_FILE_EXISTS
     }
     EXPECT_EQ(Text(Path(L"system.ini")), "system");
 
     // A file with a second name is not read; renaming over a link replaces the name only.
-    EXPECT_EQ(store_.Read(Path(L"planted.tmp")).Status(), IStoreFiles::kUntrustedFile);
+    EXPECT_EQ(store_.Read(Path(L"planted.tmp")).Status(), 1307);  // ERROR_INVALID_OWNER
     ASSERT_TRUE(store_.WriteNew(Path(L"state.json.1.tmp"), "{\"ModeName\":\"restorestate\"}"));
     ASSERT_TRUE(store_.Rename(Path(L"state.json.1.tmp"), Path(L"planted.tmp")));
     EXPECT_EQ(Text(Path(L"system.ini")), "system");
@@ -92,7 +92,7 @@ TEST_F(AdapterTest, StoreFilesAreMadeNewAndNeverWrittenThroughALink) {
 
 TEST_F(AdapterTest, StoreFoldersAreHeldMadeOnceAndListed) {
     EXPECT_TRUE(store_.CreateFolder(Path(L"ExpModes")));
-    EXPECT_EQ(store_.CreateFolder(Path(L"ExpModes")).Status(), IStoreFiles::kAlreadyExists);
+    EXPECT_EQ(store_.CreateFolder(Path(L"ExpModes")).Status(), 183);  // ERROR_ALREADY_EXISTS
     EXPECT_EQ(store_.CreateFolder(Path(L"missing\\ExpModes")).Status(), ERROR_PATH_NOT_FOUND);
 
     auto held = store_.HoldFolder(Path(L"ExpModes"));

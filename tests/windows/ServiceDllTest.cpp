@@ -75,28 +75,6 @@ TEST_F(ServiceDllTest, SessionsGetRealDistinctUuids) {
     EXPECT_EQ(service->EndSession(&second), 0);
 }
 
-TEST_F(ServiceDllTest, UnsupportedNumberAndMalformedJsonAreAnswered) {
-    wchar_t* output = nullptr;
-    EXPECT_EQ(Call(14, L"{}", &output), 0x20000001);
-    ASSERT_NE(output, nullptr);
-    EXPECT_STREQ(output, L"{}");
-    service->ReleaseOutput(output);
-    EXPECT_NE(ServiceDll::Get().LogText().find("ExecuteCommand - Unsupported Function call 14"), std::string::npos);
-
-    output = reinterpret_cast<wchar_t*>(0x1);
-    EXPECT_EQ(Call(1, L"{", &output), 0x20000003);
-    EXPECT_EQ(output, nullptr);
-    // An unpaired surrogate escape is refused like any other text that is not JSON.
-    for (const wchar_t* unpaired : {L"[\"\\uDC00\"]", L"[\"\\uD800x\"]"}) {
-        output = reinterpret_cast<wchar_t*>(0x1);
-        EXPECT_EQ(Call(14, unpaired, &output), 0x20000003);
-        EXPECT_EQ(output, nullptr);
-    }
-
-    EXPECT_EQ(service->ExecuteCommand(nullptr, 1, nullptr, nullptr), 0x20000002);
-    EXPECT_NE(ServiceDll::Get().LogText().find("NullChecker - outString cannot be null"), std::string::npos);
-}
-
 TEST_F(ServiceDllTest, AnswersAreReleasedInTheModulesHeap) {
     // Many answers allocated by the module and freed through slot 4: a mismatched heap would
     // corrupt or leak here; null is harmless.

@@ -104,6 +104,8 @@ typedef struct QvbProcessHandle {
     void* handle;
 } QvbProcessHandle;
 int QvbCallerFamilyName(const QvbProcessHandle* handles, size_t count, QvbTextSink sink, void* context);
+// Closes the helper's handles, which it owns.
+void QvbCloseProcessHandles(const QvbProcessHandle* handles, size_t count);
 
 // --- store packages ------------------------------------------------------------------------------
 typedef struct QvbPackage {

@@ -79,8 +79,13 @@ const wchar_t* const RpcSecurityHelper::kManifestPublisherHash = L"k4m2x9trq7bw3
 RpcSecurityHelper::RpcSecurityHelper() = default;
 
 RpcSecurityHelper::~RpcSecurityHelper() {
-    for (const auto& entry : processHandles)
-        if (entry.second != nullptr) CloseHandle(entry.second);
+    std::vector<QvbProcessHandle> handles;
+    try {
+        for (const auto& entry : processHandles) handles.push_back({entry.first, entry.second});
+    } catch (...) {
+        return;  // no memory to list them in: they stay open rather than the destructor throw
+    }
+    QvbCloseProcessHandles(handles.data(), handles.size());
 }
 
 std::wstring RpcSecurityHelper::GetPFNOfCaller() {

@@ -10,7 +10,6 @@
 #include "abi/msvc/ClassBridge.h"
 
 extern "C" {
-__declspec(dllimport) int __stdcall CloseHandle(void* handle);
 __declspec(dllimport) int __stdcall InitOnceExecuteOnce(void** once, int(__stdcall* build)(void**, void*, void**),
                                                        void* parameter, void** context);
 int __cdecl atexit(void(__cdecl* function)());

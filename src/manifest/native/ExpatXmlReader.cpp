@@ -82,12 +82,8 @@ private:
     static void XMLCALL End(void* data, const XML_Char*) {
         State& state = Of(data);
         if (state.refusal != 0 || state.stack.size() < 2) return;
-        // The text without the whitespace around it, as the system's reader gives it.
         XmlNode& node = *state.stack.back();
-        const size_t begin = node.text.find_first_not_of(L" \t\r\n");
-        node.text = begin == std::wstring::npos
-                        ? std::wstring()
-                        : node.text.substr(begin, node.text.find_last_not_of(L" \t\r\n") - begin + 1);
+        node.text = TrimmedText(node.text);
         state.stack.pop_back();
         if (state.stack.size() == 1) state.done = true;
     }

@@ -17,12 +17,6 @@ using platform::windows::com_ptr;
 
 using CreateReader = HRESULT(WINAPI*)(REFIID, void**, IMalloc*);
 
-std::wstring Trimmed(const std::wstring& text) {
-    const size_t begin = text.find_first_not_of(L" \t\r\n");
-    if (begin == std::wstring::npos) return {};
-    return text.substr(begin, text.find_last_not_of(L" \t\r\n") - begin + 1);
-}
-
 class WinXmlReader final : public IXmlReader {
 public:
     platform::Result<XmlNode> Parse(const std::string& document, const XmlLimits& limits) override {
@@ -75,7 +69,7 @@ public:
                 }
                 case XmlNodeType_EndElement:
                     if (open.empty()) return platform::Failure{static_cast<int32_t>(0xC00CEE3B)};
-                    open.back()->text = Trimmed(open.back()->text);
+                    open.back()->text = TrimmedText(open.back()->text);
                     open.pop_back();
                     done = open.empty();
                     break;

@@ -13,15 +13,7 @@ void SimRpcCall::SetCaller(SimCaller caller) {
     caller_ = std::move(caller);
 }
 
-platform::OwnedHandle SimRpcCall::MakeProcessHandle(uint32_t processId) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    ++openProcessHandles_;
-    return platform::OwnedHandle(new SimProcess{processId}, [this](void* p) {
-        delete static_cast<SimProcess*>(p);
-        std::lock_guard<std::mutex> inner(mutex_);
-        --openProcessHandles_;
-    });
-}
+platform::OwnedHandle SimRpcCall::MakeProcessHandle(uint32_t processId) { return Adopt(new SimProcess{processId}); }
 
 int SimRpcCall::OpenProcessHandles() const {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -55,6 +47,17 @@ platform::Result<platform::OwnedHandle> SimRpcCall::DuplicateForQuery(void* proc
     QV_SIM_FAULT(world_.faults, Rpc);
     if (processHandle == nullptr) return platform::Failure{kErrorAccessDenied};
     return MakeProcessHandle(static_cast<SimProcess*>(processHandle)->processId);
+}
+
+platform::OwnedHandle SimRpcCall::Adopt(void* processHandle) {
+    if (processHandle == nullptr) return nullptr;
+    std::lock_guard<std::mutex> lock(mutex_);
+    ++openProcessHandles_;
+    return platform::OwnedHandle(processHandle, [this](void* p) {
+        delete static_cast<SimProcess*>(p);
+        std::lock_guard<std::mutex> inner(mutex_);
+        --openProcessHandles_;
+    });
 }
 
 platform::Result<void> SimRpcCall::ImpersonateClient() {

@@ -24,6 +24,7 @@ public:
     platform::Result<uint32_t> CallStatus() override;
     platform::Result<platform::OwnedHandle> OpenProcessForQuery(uint32_t processId) override;
     platform::Result<platform::OwnedHandle> DuplicateForQuery(void* processHandle) override;
+    platform::OwnedHandle Adopt(void* processHandle) override;
     platform::Result<void> ImpersonateClient() override;
     void RevertToSelf() override;
     platform::Result<std::wstring> PackageFamilyName(void* processHandle) override;

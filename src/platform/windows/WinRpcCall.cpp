@@ -50,6 +50,10 @@ Result<OwnedHandle> WinRpcCall::DuplicateForQuery(void* processHandle) {
     return share_handle(std::move(duplicate));
 }
 
+OwnedHandle WinRpcCall::Adopt(void* processHandle) {
+    return share_handle(unique_handle(static_cast<HANDLE>(processHandle)));
+}
+
 Result<void> WinRpcCall::ImpersonateClient() {
     const RPC_STATUS status = underWine_ ? RPC_S_NO_CALL_ACTIVE : RpcImpersonateClient(nullptr);
     if (status != RPC_S_OK) return Failure{status};

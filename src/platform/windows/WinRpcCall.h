@@ -12,6 +12,7 @@ public:
     Result<uint32_t> CallStatus() override;
     Result<OwnedHandle> OpenProcessForQuery(uint32_t processId) override;
     Result<OwnedHandle> DuplicateForQuery(void* processHandle) override;
+    OwnedHandle Adopt(void* processHandle) override;
     Result<void> ImpersonateClient() override;
     void RevertToSelf() override;
     Result<std::wstring> PackageFamilyName(void* processHandle) override;

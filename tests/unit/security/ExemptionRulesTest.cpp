@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <regex>
 #include <string>
 
 #include "security/ExemptionRules.h"
@@ -11,7 +10,6 @@ namespace Qv::Tests {
 namespace {
 
 using namespace Bridge::Security;
-using Bridge::Server::ClientType;
 using Bridge::Server::Uwp::UwpInformation;
 using Bridge::Server::Win32::Win32Information;
 
@@ -122,41 +120,6 @@ TEST(ExemptionRulesTest, GetExemptionHandsOutIndependentCopies) {
     ASSERT_EQ(win32->size(), 3u);
     (*win32)[0].client.path = L"changed";
     EXPECT_EQ(Win32WithNoQVManifestExemptionWhiteList::_white_list[0].client.path, L"hotkeyserviceuwp");
-}
-
-TEST(ExemptionRulesTest, RecordIdIsFamilyNameForStoreAppsAndPathForExecutables) {
-    const UwpInformation uwp(L"first", L"second", 1, 2);
-    EXPECT_EQ(uwp.type, ClientType::Uwp);
-    EXPECT_EQ(uwp.id, L"second");
-    EXPECT_EQ(uwp.packageName, L"first");
-
-    const Win32Information win32(L"first", L"second", 1, 2);
-    EXPECT_EQ(win32.type, ClientType::Win32);
-    EXPECT_EQ(win32.id, L"first");
-    EXPECT_EQ(win32.detail, L"second");
-    EXPECT_EQ(Win32Information().type, ClientType::Win32);
-
-    UwpInformation filled(L"a", L"b", 3, 4);
-    filled.publisher = L"publisher";
-    filled.architecture = 9;
-    UwpInformation assigned;
-    assigned = filled;
-    EXPECT_EQ(assigned.id, L"b");
-    EXPECT_EQ(assigned.publisher, L"publisher");
-    EXPECT_EQ(assigned.architecture, 9u);
-}
-
-TEST(ExemptionRulesTest, ManifestPatternsRecogniseAbsoluteLocationsAndParentSteps) {
-    const std::wregex absolute{std::wstring(kAbsoluteLocationPattern)};
-    for (const wchar_t* value : {L"C:\\data", L"\\\\server\\share", L"https://host", L"%ProgramData%\\x"}) {
-        EXPECT_TRUE(std::regex_search(value, absolute)) << value;
-    }
-    EXPECT_FALSE(std::regex_search(L"folder\\file", absolute));
-
-    const std::wregex parent{std::wstring(kParentFolderPattern)};
-    EXPECT_TRUE(std::regex_search(L"a/../b", parent));
-    EXPECT_TRUE(std::regex_search(L"..", parent));
-    EXPECT_FALSE(std::regex_search(L"a/b.c", parent));
 }
 
 }  // namespace
